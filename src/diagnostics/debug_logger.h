@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QByteArrayView>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <cstdio>
+
+namespace quorvane {
+
+enum class LogLevel { info, warn, error, hex };
+
+QString logLevelText(LogLevel level);
+
+// Bytes as two lower-case hex digits each, separated by single blanks ("00 04 12 a0").
+QString hexBytes(QByteArrayView bytes);
+
+// The in-application log: every line is echoed at once and kept (the newest 500) for the
+// log panel. Lines are appended through the event loop so that the panel only ever sees
+// `logs` change on the main thread, whoever logs.
+class DebugLogger : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QStringList logs READ logs NOTIFY logsChanged)
+
+public:
+    static constexpr qsizetype maxLines = 500;
+
+    explicit DebugLogger(QObject* parent = nullptr);
+
+    // The one logger the whole application writes to.
+    static DebugLogger& shared();
+
+    const QStringList& logs() const { return m_logs; }
+
+    void log(const QString& message, LogLevel level = LogLevel::info);
+    void info(const QString& message) { log(message, LogLevel::info); }
+    void warn(const QString& message) { log(message, LogLevel::warn); }
+    void error(const QString& message) { log(message, LogLevel::error); }
+    void hexDump(const QString& label, QByteArrayView bytes);
+    void clear();
+
+    // Where each line is echoed as it is logged; standard output unless changed, nullptr for
+    // silence.
+    void setEcho(std::FILE* stream) { m_echo = stream; }
+
+Q_SIGNALS:
+    void logsChanged();
+
+private:
+    void append(const QString& line);
+
+    QStringList m_logs;
+    std::FILE* m_echo = stdout;
+};
+
+} // namespace quorvane

@@ -1,0 +1,90 @@
+// The connection's side of decoding: the byte work lives in the model's decoders; here their
+// results reach the published state. Names and frame information are merged through the
+// event loop, after the datagram has been handled, as every observer expects.
+#include "gv_connection.h"
+
+#include "model/button_data_decoder.h"
+#include "model/frame_info_decoder.h"
+#include "model/source_definition_decoder.h"
+#include "model/source_name_decoder.h"
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane {
+
+void GVConnection::parseButtonData(QByteArrayView datagram)
+{
+    if (quorvane::parseButtonData(datagram, m_buttonCount, m_mappings, m_logger))
+        Q_EMIT mappingsChanged();
+}
+
+void GVConnection::parseSourceNameData020b(QByteArrayView datagram)
+{
+    std::vector<DecodedSourceName> records = quorvane::parseSourceNameData020b(datagram, m_logger);
+    if (records.empty())
+        return;
+    QMetaObject::invokeMethod(
+        this,
+        [this, records = std::move(records)] {
+            mergeSourceNames(m_sourceNames, records, m_logger);
+            Q_EMIT sourceNamesChanged();
+        },
+        Qt::QueuedConnection);
+}
+
+void GVConnection::parseSourceDefinitionData(QByteArrayView datagram)
+{
+    std::vector<EngineeringName> names = quorvane::parseSourceDefinitionData(datagram, m_logger);
+    if (names.empty())
+        return;
+    QMetaObject::invokeMethod(
+        this,
+        [this, names = std::move(names)] {
+            mergeEngineeringNames(m_sourceNames, names, m_logger);
+            Q_EMIT sourceNamesChanged();
+        },
+        Qt::QueuedConnection);
+}
+
+void GVConnection::parseFrameInfo(QByteArrayView datagram)
+{
+    const FrameInfo info = scanFrameInfo(datagram, m_logger);
+    QMetaObject::invokeMethod(
+        this,
+        [this, info] {
+            if (info.version)
+                setFrameVersion(*info.version);
+            if (info.name)
+                setFrameName(*info.name);
+            applyGenericFrameName();
+        },
+        Qt::QueuedConnection);
+}
+
+void GVConnection::logSourceNamesSummary()
+{
+    const qsizetype total = quorvane::logSourceNamesSummary(m_sourceNames, m_logger);
+    setStatusMessage(u"Loaded "_s + QString::number(total) + u" source names"_s);
+}
+
+void GVConnection::setFrameVersion(const QString& version)
+{
+    publish(m_frameVersion, version, &GVConnection::frameVersionChanged);
+    m_logger.info(u"Set frame version: "_s + version);
+}
+
+void GVConnection::setFrameName(const QString& name)
+{
+    publish(m_frameName, name, &GVConnection::frameNameChanged);
+    m_logger.info(u"Set frame name: "_s + name);
+}
+
+void GVConnection::applyGenericFrameName()
+{
+    if (!m_frameName.isEmpty() || m_frameVersion.isEmpty())
+        return;
+    publish(m_frameName, genericFrameName.toString(), &GVConnection::frameNameChanged);
+    m_logger.info(u"Using generic 'Frame' label (no specific type detected)"_s);
+}
+
+} // namespace quorvane

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <optional>
+
+namespace quorvane {
+
+// The frame numbers the source-select buttons of a suite with a 16-bit parameter: from a base
+// that depends on the buttons per row, 16 numbers per button, one row after the other.
+//
+//   field = base(n) + 16 × (n × (shift − 1) + (button − 1))
+//
+// The bases (15 → 18, 20 → 19, 25 → 17, otherwise 16) are the frame's own irregular layout.
+int parameterBase(int buttonCount);
+
+struct ButtonPosition {
+    int shift = 0;  // 1 to 4
+    int button = 0; // 1 to the button count
+
+    friend bool operator==(const ButtonPosition&, const ButtonPosition&) = default;
+};
+
+// The button a received field names, or none when it lies outside the four shift rows. The
+// low four bits of a button's 16 numbers are ignored.
+std::optional<ButtonPosition> locateButton(quint16 field, int buttonCount);
+
+} // namespace quorvane

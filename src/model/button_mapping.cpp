@@ -1,0 +1,11 @@
+#include "button_mapping.h"
+
+namespace quorvane {
+
+QString mappingKey(Bus bus, int buttonCount, int shift, int button)
+{
+    return busName(bus) + u'-' + QString::number(buttonCount) + u'-' + QString::number(shift) +
+           u'-' + QString::number(button);
+}
+
+} // namespace quorvane

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QHash>
+#include <QString>
+
+#include <optional>
+
+namespace quorvane {
+
+// The names the frame keeps for one source.
+struct SourceName {
+    QString eng;   // engineering name, from the source definitions
+    QString panel; // shown on the panel's button displays
+    QString oled;  // short name for the panel's OLED displays
+    QString menu;  // used in the frame's menus
+
+    friend bool operator==(const SourceName&, const SourceName&) = default;
+};
+
+using SourceNameTable = QHash<int, SourceName>;
+using InternalSourceLabels = QHash<int, QString>;
+
+// The text to show for a source: menu, OLED, then panel name; for internal sources (700 and
+// up) the shipped label comes before the engineering name, which is the last resort.
+std::optional<QString> displayName(int source, const SourceNameTable& names,
+                                   const InternalSourceLabels& internalLabels);
+
+} // namespace quorvane
