@@ -1,8 +1,11 @@
 #include "gv_connection.h"
 
 #include "model/source_labels.h"
+#include "suspend.h"
 
 #include <QSettings>
+#include <QTimer>
+#include <QUdpSocket>
 
 #include <algorithm>
 
@@ -30,6 +33,7 @@ GVConnection::GVConnection(QSettings& preferences, DebugLogger& logger, QObject*
     , m_logger(logger)
     , m_statusMessage(connectionStateText(ConnectionState::idle))
 {
+    m_lastHeartbeatAck.start();
     m_logger.info(u"GVConnection initialized"_s);
     m_internalSourceLabels = loadInternalSourceLabels(defaultSourceLabelsLocations(), m_logger);
     const QString host = m_preferences.value(lastHostKey).toString();
@@ -39,8 +43,32 @@ GVConnection::GVConnection(QSettings& preferences, DebugLogger& logger, QObject*
     }
 }
 
+GVConnection::~GVConnection()
+{
+    // A running connect notices at its next resumption that the connection is gone.
+    if (m_session)
+        m_session->cancelled = true;
+}
+
+int GVConnection::mainSock() const
+{
+    return m_mainSocket ? static_cast<int>(m_mainSocket->socketDescriptor()) : -1;
+}
+
+int GVConnection::listenerSock() const
+{
+    return m_listenerSocket ? static_cast<int>(m_listenerSocket->socketDescriptor()) : -1;
+}
+
+bool GVConnection::isConnectionTaskRunning() const
+{
+    return m_connectionTask && !m_connectionTask->isReady();
+}
+
 void GVConnection::connect(const QString& host, int suite, int buttonCount)
 {
+    if (m_session)
+        m_session->cancelled = true;
     m_targetHost = host;
     m_selectedSuite = std::clamp(suite, firstSuite, lastSuite);
     publish(m_buttonCount, supportedButtonCount(buttonCount), &GVConnection::buttonCountChanged);
@@ -56,17 +84,38 @@ void GVConnection::connect(const QString& host, int suite, int buttonCount)
     m_logger.info(u"Connect requested to "_s + host + u" on Suite "_s + suiteText + u" (ports "_s +
                   QString::number(m_mainPort) + u'/' + QString::number(m_listenerPort) + u"), "_s +
                   countText + u"-button mode"_s);
+
+    m_ignoredSenders.clear();
+    m_session = std::make_shared<CancelToken>();
+    m_connectionTask = runConnection(host, m_session);
+}
+
+QCoro::Task<> GVConnection::runConnection(QString host, Token token)
+{
+    QPointer<GVConnection> self(this);
+    // The task starts on the next turn of the event loop: connect returns in `connecting`.
+    co_await pause(std::chrono::microseconds::zero());
+    if (!self || token->cancelled)
+        co_return;
+    co_await performHandshake(token);
+    if (self && !token->cancelled && m_isConnected)
+        saveHost(host);
 }
 
 void GVConnection::disconnect()
 {
     m_logger.info(u"Disconnect requested"_s);
-    if (m_mainSock >= 0) {
-        m_mainSock = -1;
+    // Whatever still runs for this link (a connect, a bus load) must leave the state alone.
+    if (m_session)
+        m_session->cancelled = true;
+    delete m_heartbeatTimer;
+    delete m_receiveTimer;
+    if (m_mainSocket) {
+        delete m_mainSocket;
         m_logger.info(u"Main socket closed"_s);
     }
-    if (m_listenerSock >= 0) {
-        m_listenerSock = -1;
+    if (m_listenerSocket) {
+        delete m_listenerSocket;
         m_logger.info(u"Listener socket closed"_s);
     }
     publish(m_isConnected, false, &GVConnection::isConnectedChanged);
@@ -79,6 +128,23 @@ void GVConnection::disconnect()
     publish(m_mappings, MappingTable(), &GVConnection::mappingsChanged);
     publish(m_sourceNames, SourceNameTable(), &GVConnection::sourceNamesChanged);
     m_logger.info(u"Disconnected - mappings, source names, and subscribed modes cleared"_s);
+}
+
+void GVConnection::cancelConnect()
+{
+    m_logger.info(u"Connection cancelled by user"_s);
+    if (m_session)
+        m_session->cancelled = true;
+    disconnect();
+    // Disconnect leaves the busy flag alone; after a cancel the panel must not stay busy.
+    publish(m_isLoading, false, &GVConnection::isLoadingChanged);
+}
+
+void GVConnection::failConnect(const QString& reason)
+{
+    enterState(ConnectionState::idle, 0.0);
+    setStatusMessage(reason);
+    publish(m_isLoading, false, &GVConnection::isLoadingChanged);
 }
 
 void GVConnection::saveHost(const QString& host)

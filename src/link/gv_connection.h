@@ -2,14 +2,21 @@
 
 #include "connection_state.h"
 #include "diagnostics/debug_logger.h"
+#include "link_timing.h"
 #include "model/bus.h"
 #include "model/button_mapping.h"
 #include "model/source_name.h"
 
 #include <QByteArrayView>
-#include <QSet>
+#include <QCoroTask>
+#include <QElapsedTimer>
 #include <QObject>
+#include <QPointer>
+#include <QSet>
+#include <QTimer>
+#include <QUdpSocket>
 
+#include <memory>
 #include <optional>
 
 class QSettings;
@@ -47,6 +54,11 @@ public:
     // `preferences` keeps the last host that connected; it must outlive the connection.
     explicit GVConnection(QSettings& preferences, DebugLogger& logger = DebugLogger::shared(),
                           QObject* parent = nullptr);
+    ~GVConnection() override;
+
+    // Shorter protocol durations, for tests only; takes effect from the next connect.
+    void setTiming(const LinkTiming& timing) { m_timing = timing; }
+    const LinkTiming& timing() const { return m_timing; }
 
     // Published state.
     bool isConnected() const { return m_isConnected; }
@@ -71,8 +83,10 @@ public:
     int selectedSuite() const { return m_selectedSuite; }
     quint16 mainPort() const { return m_mainPort; }
     quint16 listenerPort() const { return m_listenerPort; }
-    int mainSock() const { return m_mainSock; }
-    int listenerSock() const { return m_listenerSock; }
+    int mainSock() const;
+    int listenerSock() const;
+    const QSet<QString>& subscribedModes() const { return m_subscribedModes; }
+    bool isConnectionTaskRunning() const;
     quint16 dynamicPort() const { return m_dynamicPort; }
     quint16 msgCounter() const { return m_msgCounter; }
     quint16 subIdCounter() const { return m_subIdCounter; }
@@ -81,7 +95,17 @@ public:
     void connect(const QString& host, int suite, int buttonCount);
     // Tears the link down and forgets what was read from the frame. Safe in any state.
     void disconnect();
+    // The panel's Cancel while a connect runs: stops the connect task, then disconnects.
+    void cancelConnect();
     void saveHost(const QString& host);
+
+    // Sets one button on the frame and in the cache at once; no reply is awaited.
+    void writeMapping(Bus bus, int shift, int button, int source);
+    // The 26-byte request that sets one button; consumes a sequence number.
+    QByteArray buildWriteRequest(Bus bus, int shift, int button, int source);
+    // Show another bus or button count: from the cache when loaded before, else load it.
+    void changeBus(Bus bus);
+    void changeButtonCount(int count);
 
     // The cached mapping of one button, looked up at the given button count.
     std::optional<ButtonMapping> mappingFor(Bus bus, int shift, int button, int buttonCount) const;
@@ -113,6 +137,57 @@ Q_SIGNALS:
     void hasLoadedAllBusesChanged();
 
 private:
+    struct Datagram {
+        QByteArray bytes;
+        quint16 senderPort = 0;
+    };
+    // Cooperative cancellation of one connect: the task looks at it at every loop pass.
+    struct CancelToken {
+        bool cancelled = false;
+    };
+    using Token = std::shared_ptr<CancelToken>;
+
+    // Transport
+    QUdpSocket* createUDPSocket(quint16 port);
+    void closeSockets();
+    void sendTo(QUdpSocket* socket, const QByteArray& datagram, quint16 port);
+    std::optional<Datagram> readPendingDatagram(QUdpSocket* socket);
+    QCoro::Task<std::optional<Datagram>> receive(QUdpSocket* socket,
+                                                 std::chrono::milliseconds timeout);
+    bool isFromFrame(const class QHostAddress& sender);
+    quint16 nextSequence();
+
+    // The connect sequence
+    QCoro::Task<> runConnection(QString host, Token token);
+    QCoro::Task<> performHandshake(Token token);
+    void handleHandshakeMain(const QByteArray& datagram, int& stage, bool& complete);
+    void handleHandshakeListener(const Datagram& datagram, int& stage);
+    QCoro::Task<bool> sendRegistration(const QByteArray& command, const QString& replyTitle,
+                                       Token token);
+    void failConnect(const QString& reason);
+
+    // Heartbeat
+    QCoro::Task<bool> verifyHeartbeat(Token token);
+    void startHeartbeatTimer();
+    void heartbeatTick();
+    void pulseHeartbeat();
+
+    // Receive loop
+    void startReceiveTimer();
+    void receiveTick();
+    void handleIncomingPacket(const QByteArray& datagram, QStringView source, quint16 senderPort,
+                              QUdpSocket* socket);
+
+    // Loading
+    QCoro::Task<> autoLoadAllData(Token token);
+    QCoro::Task<> subscribeToSourceNames(Token token);
+    QCoro::Task<> sendAllBusSubscriptions(Token token);
+    QCoro::Task<int> listen(std::chrono::milliseconds duration);
+    void handleSourceNamesResponse(const QByteArray& datagram, bool onListener);
+    void sendRequest(const QByteArray& request);
+    void switchTo(const QString& operation, const QString& cachedStatus,
+                  const QString& loadingStatus);
+
     // Assigns a published field and tells observers, only when the value really changes.
     template <typename T>
     void publish(T& field, T value, void (GVConnection::*changed)())
@@ -144,8 +219,15 @@ private:
     QString m_savedHost;
     SourceNameTable m_sourceNames;
     InternalSourceLabels m_internalSourceLabels;
-    int m_mainSock = -1;
-    int m_listenerSock = -1;
+    LinkTiming m_timing;
+    QPointer<QUdpSocket> m_mainSocket;
+    QPointer<QUdpSocket> m_listenerSocket;
+    QPointer<QTimer> m_heartbeatTimer;
+    QPointer<QTimer> m_receiveTimer;
+    QElapsedTimer m_lastHeartbeatAck; // since the last ACK seen
+    std::optional<QCoro::Task<>> m_connectionTask;
+    Token m_session; // cancelled by disconnect: nothing of an old link may touch the state
+    QSet<QString> m_ignoredSenders;
     quint16 m_msgCounter = firstMessageSequence;
     quint16 m_subIdCounter = firstSubscriptionId;
     QString m_targetHost;

@@ -2,6 +2,8 @@
 
 #include "diagnostics/programming_error.h"
 
+#include <QtNumeric>
+
 namespace quorvane {
 
 namespace {
@@ -29,7 +31,11 @@ std::optional<ButtonPosition> locateButton(quint16 field, int buttonCount)
     const int offset = int{field} - parameterBase(buttonCount);
     if (offset < 0)
         return std::nullopt;
-    const int numbersPerRow = buttonCount * numbersPerButton;
+    // Only a broken caller passes a count this large, and a wrapped row width would quietly
+    // place the field on a wrong button.
+    int numbersPerRow = 0;
+    const bool overflows = qMulOverflow(buttonCount, numbersPerButton, &numbersPerRow);
+    QUORVANE_REQUIRE(!overflows, "button count too large for a row of button numbers");
     const int row = offset / numbersPerRow;
     if (row >= shiftRows)
         return std::nullopt;
@@ -37,6 +43,20 @@ std::optional<ButtonPosition> locateButton(quint16 field, int buttonCount)
     if (button >= buttonCount)
         return std::nullopt;
     return ButtonPosition{row + 1, button + 1};
+}
+
+} // namespace quorvane
+
+namespace quorvane {
+
+quint16 buttonAddress(int shift, int button, int buttonCount)
+{
+    QUORVANE_REQUIRE(shift >= 1 && button >= 1, "shift and button count from 1");
+    QUORVANE_REQUIRE(button - 1 <= 4095, "button index beyond the address space");
+    const qint64 address = qint64{parameterBase(buttonCount)} + qint64{button - 1} * 16 +
+                           qint64{buttonCount} * 16 * (shift - 1);
+    QUORVANE_REQUIRE(address <= 0xFFFF, "button address beyond 16 bits");
+    return static_cast<quint16>(address);
 }
 
 } // namespace quorvane

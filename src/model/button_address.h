@@ -26,3 +26,11 @@ struct ButtonPosition {
 std::optional<ButtonPosition> locateButton(quint16 field, int buttonCount);
 
 } // namespace quorvane
+
+namespace quorvane {
+
+// The parameter number of a button, for writing and subscribing. Stops the program on a
+// position no panel has: callers only pass buttons of the grid.
+quint16 buttonAddress(int shift, int button, int buttonCount);
+
+} // namespace quorvane

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <chrono>
+
+namespace quorvane {
+
+// Every duration of the frame protocol, in one place. The defaults are the protocol's own;
+// tests may shorten them to run faster, the application never changes them.
+struct LinkTiming {
+    using ms = std::chrono::milliseconds;
+    using us = std::chrono::microseconds;
+
+    // Handshake
+    ms handshakeLimit{10'000};     // the whole handshake, from the first SYNC
+    ms syncRetry{1'000};           // the stage-1 SYNC is repeated this often until answered
+    ms handshakePoll{100};         // each socket poll of a handshake pass
+    ms registrationPause{100};     // after each registration command
+    ms registrationReplyWait{500}; // for the reply to a registration command
+
+    // Heartbeat
+    ms heartbeatAnswerPeriod{1'000}; // for the ACK of one verification PING
+    ms heartbeatPoll{200};           // each receive inside that period
+    ms heartbeatPause{200};          // between verification exchanges
+    ms keepAliveInterval{1'000};     // one PING this often once connected
+    ms heartbeatTimeout{3'000};      // silence longer than this drops the link
+    ms pulseDuration{150};           // how long the heartbeat indicator stays lit
+
+    // Receive loop
+    ms receiveInterval{20}; // 50 Hz
+
+    // Loading
+    ms namesListen{2'000};      // after the three source subscriptions
+    ms namesPoll{1};            // each socket poll while listening for names
+    us namesPassPause{100};     // between two such passes
+    ms preambleListen{50};      // after the bus preamble
+    ms frameInfoListen{100};    // after the early frame-info subscription
+    ms batchListen{10};         // after every tenth button subscription
+    ms buttonsListen{1'500};    // the active listen phase after the button subscriptions
+    ms buttonsListenSlice{50};  // one listen inside that phase
+};
+
+} // namespace quorvane

@@ -1,0 +1,305 @@
+// Loading what the window needs: source names, definitions and frame information first, then
+// one subscription per button of the current bus. Bus and button-count switches load a
+// combination once and afterwards switch to it from the cache.
+#include "gv_connection.h"
+#include "model/button_address.h"
+#include "model/byte_reader.h"
+#include "suspend.h"
+#include "wire_messages.h"
+
+#include <QUdpSocket>
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane {
+
+namespace {
+constexpr int shiftRows = 4;
+constexpr int subscriptionIdStep = 90;
+constexpr int listenEvery = 10;         // button subscriptions between two short listens
+constexpr int packetLogLinesPerListen = 5;
+constexpr qsizetype headerBytesLogged = 20;
+constexpr qsizetype buttonDataFrom = 21;
+constexpr qsizetype subscriptionCodeEnd = 18;
+
+QString modeKey(Bus bus, int buttonCount)
+{
+    return busName(bus) + u'-' + QString::number(buttonCount);
+}
+
+bool isSupportedCount(int count)
+{
+    return count == 15 || count == 20 || count == 25 || count == 35;
+}
+} // namespace
+
+QCoro::Task<> GVConnection::autoLoadAllData(Token token)
+{
+    QPointer<GVConnection> self(this);
+    m_logger.info(u"Auto-loading all data..."_s);
+    enterState(ConnectionState::loadingNames, 0.55);
+    setStatusMessage(u"Loading source names..."_s);
+    co_await subscribeToSourceNames(token);
+    if (!self || token->cancelled)
+        co_return;
+
+    enterState(ConnectionState::loadingButtons, 0.75);
+    setStatusMessage(u"Loading button mappings..."_s);
+    publish(m_mappings, MappingTable(), &GVConnection::mappingsChanged);
+    co_await sendAllBusSubscriptions(token);
+    if (!self || token->cancelled)
+        co_return;
+
+    enterState(ConnectionState::connected, 1.0);
+    // The heartbeat time-out is judged from here on, from a fresh start.
+    m_lastHeartbeatAck.restart();
+    QString status = u"Connected to "_s + m_targetHost + u':' + QString::number(m_dynamicPort);
+    if (!m_frameName.isEmpty() || !m_frameVersion.isEmpty()) {
+        status += u" ("_s + m_frameName + (m_frameName.isEmpty() ? u""_s : u" "_s) +
+                  m_frameVersion + u')';
+    }
+    setStatusMessage(status);
+    publish(m_isLoading, false, &GVConnection::isLoadingChanged);
+}
+
+void GVConnection::sendRequest(const QByteArray& request)
+{
+    if (m_dynamicPort != 0)
+        sendTo(m_mainSocket, request, m_dynamicPort);
+}
+
+QCoro::Task<> GVConnection::subscribeToSourceNames(Token token)
+{
+    QPointer<GVConnection> self(this);
+    m_logger.info(u"Subscribing to source names (0x0210 + 0x020b)..."_s);
+    const std::pair<QByteArray, QString> requests[] = {
+        {wire::sourceDefinitionsSubscription(nextSequence()),
+         u"Source definition subscription (0x0210)"_s},
+        {wire::sourceNamesSubscription(nextSequence()), u"Source name subscription (0x020b)"_s},
+        {wire::frameInfoSubscription(nextSequence()), u"Frame info subscription (0x01fd)"_s}};
+    m_logger.info(u"Starting listener, then sending subscriptions..."_s);
+    QElapsedTimer listening;
+    listening.start();
+    for (const auto& [request, label] : requests) {
+        sendRequest(request);
+        m_logger.hexDump(label, request);
+    }
+    m_logger.info(u"Subscriptions sent, now listening for responses..."_s);
+
+    const QPointer<QUdpSocket> listenerSocket = m_listenerSocket;
+    const QPointer<QUdpSocket> mainSocket = m_mainSocket;
+    while (listening.elapsed() < m_timing.namesListen.count()) {
+        const std::optional<Datagram> heard = co_await receive(listenerSocket, m_timing.namesPoll);
+        if (!self || token->cancelled)
+            co_return;
+        if (heard)
+            handleSourceNamesResponse(heard->bytes, true);
+        const std::optional<Datagram> reply = co_await receive(mainSocket, m_timing.namesPoll);
+        if (!self || token->cancelled)
+            co_return;
+        if (reply)
+            handleSourceNamesResponse(reply->bytes, false);
+        co_await pause(m_timing.namesPassPause);
+        if (!self || token->cancelled)
+            co_return;
+    }
+    // The merges queued above run first, so that the summary counts every name.
+    co_await pause(std::chrono::microseconds::zero());
+    if (!self || token->cancelled)
+        co_return;
+    logSourceNamesSummary();
+}
+
+void GVConnection::handleSourceNamesResponse(const QByteArray& datagram, bool onListener)
+{
+    const ByteReader bytes(datagram);
+    const qsizetype length = bytes.size();
+    const QString code = length >= subscriptionCodeEnd ? QString::asprintf("%04x", bytes.u16(16))
+                                                       : u"??"_s;
+    m_logger.info((onListener ? u"LISTENER"_s : u"MAIN"_s) + u" pkt: "_s +
+                  QString::number(length) + u"b hdr=["_s +
+                  hexBytes(bytes.slice(0, headerBytesLogged)) + u"] sub="_s + code);
+    if (length < subscriptionCodeEnd) {
+        parseFrameInfo(datagram);
+        return;
+    }
+    const bool namesHeader = bytes.u32(4) == 0x00020010;
+    if (!namesHeader) {
+        m_logger.info(u"  -> Header mismatch: bytes4-7=["_s + hexBytes(bytes.slice(4, 4)) +
+                      u"] expected [00 02 00 10]"_s);
+        parseFrameInfo(datagram);
+        return;
+    }
+    const QString size = QString::number(length);
+    if (bytes.u16(16) == 0x0210) {
+        m_logger.info(onListener ? u"Received 0210 packet on listener: "_s + size + u" bytes"_s
+                                 : u"Found 0210 in packet on main socket! Parsing "_s + size +
+                                       u" bytes"_s);
+        QMetaObject::invokeMethod(
+            this, [this, datagram] { parseSourceDefinitionData(datagram); }, Qt::QueuedConnection);
+    } else if (bytes.u16(16) == 0x020b) {
+        m_logger.info(onListener ? u"Received 020b packet on listener: "_s + size + u" bytes"_s
+                                 : u"Found 020b in packet on main socket! Parsing "_s + size +
+                                       u" bytes"_s);
+        QMetaObject::invokeMethod(
+            this, [this, datagram] { parseSourceNameData020b(datagram); }, Qt::QueuedConnection);
+    } else {
+        parseFrameInfo(datagram);
+    }
+}
+
+QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
+{
+    QPointer<GVConnection> self(this);
+    const Bus bus = m_currentBus;
+    const int count = m_buttonCount;
+    const QString name = busName(bus);
+    m_logger.info(u"sendAllBusSubscriptions starting for "_s + name + u" with "_s +
+                  QString::number(count) + u"-button mode"_s);
+    auto gone = [&] { return !self || token->cancelled; };
+
+    sendRequest(wire::busPreamble(nextSequence()));
+    co_await listen(m_timing.preambleListen);
+    if (gone())
+        co_return;
+    sendRequest(wire::frameInfoSubscription(nextSequence()));
+    m_logger.info(u"Sent early 0x01fd frame info subscription"_s);
+    co_await listen(m_timing.frameInfoListen);
+    if (gone())
+        co_return;
+
+    // Every bus load starts again from the first id: the counter is read, never advanced.
+    quint16 subscriptionId = m_subIdCounter;
+    const int total = shiftRows * count;
+    int sent = 0;
+    for (int shift = 1; shift <= shiftRows; ++shift) {
+        for (int button = 1; button <= count; ++button) {
+            sendRequest(wire::buttonSubscription(nextSequence(), subscriptionId,
+                                                 buttonAddress(shift, button, count),
+                                                 busCode(bus)));
+            ++sent;
+            if (sent % listenEvery == 0) {
+                co_await listen(m_timing.batchListen);
+                if (gone())
+                    co_return;
+                setStatusMessage(u"Loading "_s + name + u"... "_s + QString::number(sent) +
+                                 u'/' + QString::number(total));
+            }
+            subscriptionId = static_cast<quint16>(subscriptionId + subscriptionIdStep);
+        }
+    }
+    m_logger.info(u"Sent "_s + QString::number(sent) + u" button subscriptions for "_s + name +
+                  u" ("_s + QString::number(count) + u"-button mode)"_s);
+    setStatusMessage(u"Waiting for "_s + name + u" data..."_s);
+
+    m_logger.info(u"Starting active listen phase (1.5s) for "_s + name);
+    QElapsedTimer listening;
+    listening.start();
+    int iterations = 0;
+    int batches = 0;
+    while (listening.elapsed() < m_timing.buttonsListen.count()) {
+        batches += co_await listen(m_timing.buttonsListenSlice);
+        if (gone())
+            co_return;
+        ++iterations;
+    }
+    m_logger.info(u"Active listen complete: "_s + QString::number(iterations) +
+                  u" iterations, "_s + QString::number(batches) + u" response batches"_s);
+
+    // Decoding was queued behind the datagrams; let it land before counting.
+    co_await pause(std::chrono::microseconds::zero());
+    if (gone())
+        co_return;
+    const QString key = modeKey(bus, count);
+    m_subscribedModes.insert(key);
+    publish(m_isLoading, false, &GVConnection::isLoadingChanged);
+    publish(m_hasLoadedAllBuses, true, &GVConnection::hasLoadedAllBusesChanged);
+    const QString mappingCount = QString::number(m_mappings.size());
+    setStatusMessage(name + u" ("_s + QString::number(count) + u"-btn): "_s + mappingCount +
+                     u" mappings"_s);
+    m_logger.info(u"Read complete: "_s + key + u" cached with "_s + mappingCount + u" mappings"_s);
+}
+
+QCoro::Task<int> GVConnection::listen(std::chrono::milliseconds duration)
+{
+    QPointer<GVConnection> self(this);
+    const QPointer<QUdpSocket> mainSocket = m_mainSocket;
+    QElapsedTimer listening;
+    listening.start();
+    int logged = 0;
+    int handedOn = 0;
+    for (;;) {
+        const auto remaining = duration - std::chrono::milliseconds(listening.elapsed());
+        if (remaining <= std::chrono::milliseconds::zero())
+            break;
+        const std::optional<Datagram> datagram = co_await receive(mainSocket, remaining);
+        if (!self)
+            co_return handedOn;
+        if (!datagram)
+            continue;
+        const QByteArray& bytes = datagram->bytes;
+        if (logged < packetLogLinesPerListen) {
+            ++logged;
+            m_logger.hexDump(u"MAIN RX "_s + QString::number(bytes.size()) + u"b port "_s +
+                                 QString::number(datagram->senderPort),
+                             bytes);
+        }
+        parseFrameInfo(bytes);
+        const bool isData = wire::isType(bytes, wire::MessageType::data);
+        if (isData || wire::isType(bytes, wire::MessageType::ping) ||
+            wire::isType(bytes, wire::MessageType::sync)) {
+            sendTo(mainSocket, wire::ackFor(bytes), datagram->senderPort);
+        }
+        if (isData && bytes.size() >= buttonDataFrom) {
+            QMetaObject::invokeMethod(
+                this, [this, bytes] { parseButtonData(bytes); }, Qt::QueuedConnection);
+            ++handedOn;
+        }
+    }
+    co_return handedOn;
+}
+
+void GVConnection::changeButtonCount(int count)
+{
+    if (!isSupportedCount(count)) {
+        m_logger.warn(u"changeButtonCount: invalid count "_s + QString::number(count));
+        return;
+    }
+    if (count == m_buttonCount)
+        return;
+    publish(m_buttonCount, count, &GVConnection::buttonCountChanged);
+    if (!m_isConnected)
+        return;
+    switchTo(u"changeButtonCount"_s, busName(m_currentBus) + u" ("_s + QString::number(count) +
+                                         u"-btn)"_s,
+             u"Switching to "_s + QString::number(count) + u"-button mode..."_s);
+}
+
+void GVConnection::changeBus(Bus bus)
+{
+    if (bus == m_currentBus)
+        return;
+    publish(m_currentBus, bus, &GVConnection::currentBusChanged);
+    if (!m_isConnected)
+        return;
+    switchTo(u"changeBus"_s, busName(bus) + u" ("_s + QString::number(m_buttonCount) + u"-btn)"_s,
+             u"Loading "_s + busName(bus) + u"..."_s);
+}
+
+void GVConnection::switchTo(const QString& operation, const QString& cachedStatus,
+                            const QString& loadingStatus)
+{
+    const QString key = modeKey(m_currentBus, m_buttonCount);
+    if (m_subscribedModes.contains(key)) {
+        m_logger.info(operation + u": "_s + key + u" already cached - instant switch"_s);
+        setStatusMessage(cachedStatus);
+        return;
+    }
+    m_logger.info(operation + u": first visit to "_s + key + u" - subscribing"_s);
+    publish(m_isLoading, true, &GVConnection::isLoadingChanged);
+    setStatusMessage(loadingStatus);
+    // Runs on by itself; a disconnect stops it through the session token.
+    [[maybe_unused]] const QCoro::Task<> load = sendAllBusSubscriptions(m_session);
+}
+
+} // namespace quorvane

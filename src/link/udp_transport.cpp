@@ -1,0 +1,129 @@
+// The connection's sockets: creating them, sending one datagram, receiving one datagram.
+#include "gv_connection.h"
+#include "diagnostics/programming_error.h"
+#include "suspend.h"
+
+#include <QHostAddress>
+#include <QVariant>
+#include <QUdpSocket>
+
+#include <cerrno>
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane {
+
+namespace {
+// Bursts of subscription data must not be dropped between two polls of the receive loop.
+constexpr int receiveBufferBytes = 1024 * 1024;
+constexpr qint64 largestDatagram = 4096;
+
+// Only the frame's dotted IPv4 address is usable: "10.1" or a name is refused, as the frame's
+// own tools would.
+std::optional<QHostAddress> dottedIPv4(const QString& host)
+{
+    QHostAddress address;
+    if (host.count(u'.') != 3 || !address.setAddress(host) ||
+        address.protocol() != QAbstractSocket::IPv4Protocol) {
+        return std::nullopt;
+    }
+    return address;
+}
+} // namespace
+
+QUdpSocket* GVConnection::createUDPSocket(quint16 port)
+{
+    auto* socket = new QUdpSocket(this);
+    if (!socket->bind(QHostAddress::AnyIPv4, port,
+                      QAbstractSocket::ShareAddress | QAbstractSocket::ReuseAddressHint)) {
+        delete socket;
+        return nullptr;
+    }
+    socket->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption,
+                            QVariant(receiveBufferBytes));
+    return socket;
+}
+
+void GVConnection::closeSockets()
+{
+    delete m_mainSocket;
+    delete m_listenerSocket;
+}
+
+void GVConnection::sendTo(QUdpSocket* socket, const QByteArray& datagram, quint16 port)
+{
+    const std::optional<QHostAddress> address = dottedIPv4(m_targetHost);
+    qint64 sent = -1;
+    int error = EBADF;
+    if (socket && address) {
+        errno = 0;
+        sent = socket->writeDatagram(datagram, *address, port);
+        error = errno;
+    } else if (socket) {
+        error = EINVAL;
+    }
+    if (sent < 0) {
+        const int descriptor = socket ? static_cast<int>(socket->socketDescriptor()) : -1;
+        m_logger.error(u"sendTo FAILED: sock "_s + QString::number(descriptor) + u" -> "_s +
+                       m_targetHost + u':' + QString::number(port) + u", errno="_s +
+                       QString::number(error));
+    }
+}
+
+bool GVConnection::isFromFrame(const QHostAddress& sender)
+{
+    const std::optional<QHostAddress> frame = dottedIPv4(m_targetHost);
+    if (frame && sender.isEqual(*frame, QHostAddress::ConvertV4MappedToIPv4))
+        return true;
+    // Someone else on the studio network must neither feed the grid nor keep the link alive.
+    const QString senderText = sender.toString();
+    if (!m_ignoredSenders.contains(senderText)) {
+        m_ignoredSenders.insert(senderText);
+        m_logger.warn(u"Ignoring datagrams from "_s + senderText + u", which is not the frame "_s +
+                      m_targetHost);
+    }
+    return false;
+}
+
+std::optional<GVConnection::Datagram> GVConnection::readPendingDatagram(QUdpSocket* socket)
+{
+    while (socket && socket->hasPendingDatagrams()) {
+        QByteArray bytes(largestDatagram, Qt::Uninitialized);
+        QHostAddress sender;
+        quint16 senderPort = 0;
+        const qint64 size = socket->readDatagram(bytes.data(), largestDatagram, &sender, &senderPort);
+        if (size <= 0)
+            return std::nullopt;
+        if (!isFromFrame(sender))
+            continue;
+        bytes.truncate(size);
+        return Datagram{bytes, senderPort};
+    }
+    return std::nullopt;
+}
+
+QCoro::Task<std::optional<GVConnection::Datagram>>
+GVConnection::receive(QUdpSocket* socket, std::chrono::milliseconds timeout)
+{
+    QPointer<QUdpSocket> guard(socket);
+    QElapsedTimer waited;
+    waited.start();
+    while (guard) {
+        // A datagram is read only from a live socket, whose owner is then alive too.
+        if (std::optional<Datagram> datagram = readPendingDatagram(guard))
+            co_return datagram;
+        const auto remaining = timeout - std::chrono::milliseconds(waited.elapsed());
+        if (remaining <= std::chrono::milliseconds::zero())
+            break;
+        co_await waitForDatagram(guard, remaining);
+    }
+    co_return std::nullopt;
+}
+
+quint16 GVConnection::nextSequence()
+{
+    QUORVANE_REQUIRE(m_msgCounter < 0xFFFF, "the DATA sequence counter must not wrap");
+    return ++m_msgCounter;
+}
+
+} // namespace quorvane
