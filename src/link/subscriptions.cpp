@@ -135,14 +135,12 @@ void GVConnection::handleSourceNamesResponse(const QByteArray& datagram, bool on
         m_logger.info(onListener ? u"Received 0210 packet on listener: "_s + size + u" bytes"_s
                                  : u"Found 0210 in packet on main socket! Parsing "_s + size +
                                        u" bytes"_s);
-        QMetaObject::invokeMethod(
-            this, [this, datagram] { parseSourceDefinitionData(datagram); }, Qt::QueuedConnection);
+        parseSourceDefinitionData(datagram);
     } else if (bytes.u16(16) == 0x020b) {
         m_logger.info(onListener ? u"Received 020b packet on listener: "_s + size + u" bytes"_s
                                  : u"Found 020b in packet on main socket! Parsing "_s + size +
                                        u" bytes"_s);
-        QMetaObject::invokeMethod(
-            this, [this, datagram] { parseSourceNameData020b(datagram); }, Qt::QueuedConnection);
+        parseSourceNameData020b(datagram);
     } else {
         parseFrameInfo(datagram);
     }
