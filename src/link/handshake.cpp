@@ -72,6 +72,14 @@ QCoro::Task<> GVConnection::performHandshake(Token token)
             handleHandshakeMain(reply->bytes, stage, complete);
         if (complete)
             break;
+        // The announcement may overtake the ClientID's ACK; the port is known then, so the
+        // handshake goes on rather than wait for an announcement that already came.
+        if (stage == 4 && m_dynamicPort != 0) {
+            m_logger.info(u"Handshake Stage 5: Sending SYNC to dynamic port "_s +
+                          QString::number(m_dynamicPort));
+            sendTo(mainSocket, wire::sync(), m_dynamicPort);
+            stage = 5;
+        }
 
         std::optional<Datagram> heard = co_await receive(listenerSocket, m_timing.handshakePoll);
         if (cancelled())

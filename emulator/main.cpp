@@ -1,0 +1,149 @@
+// quorvane-frame-emulator: plays a K-Frame on the local machine, so that Quorvane can be tried
+// and tested without a switcher.
+
+#include "client_messages.h"
+#include "diagnostics/debug_logger.h"
+#include "frame_emulator.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QTime>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+using namespace quorvane::emulator;
+
+namespace {
+
+void printLine(const QString& text)
+{
+    const QString line = QTime::currentTime().toString(u"HH:mm:ss.zzz"_s) + u' ' + text + u'\n';
+    std::fputs(line.toLocal8Bit().constData(), stdout);
+    std::fflush(stdout);
+}
+
+[[noreturn]] void fail(const QString& message)
+{
+    std::fputs((u"quorvane-frame-emulator: "_s + message + u'\n').toLocal8Bit().constData(),
+               stderr);
+    std::exit(2);
+}
+
+template <typename Number>
+Number numberOption(const QCommandLineParser& parser, const QString& name, Number lowest,
+                    Number highest)
+{
+    bool ok = false;
+    const double value = parser.value(name).toDouble(&ok);
+    if (!ok || value < double(lowest) || value > double(highest)) {
+        fail(u"--"_s + name + u" must be a number from "_s + QString::number(lowest) + u" to "_s +
+             QString::number(highest));
+    }
+    return static_cast<Number>(value);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(u"quorvane-frame-emulator"_s);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(u"Plays the K-Frame's side of the switcher protocol on "
+                                     u"UDP ports 5000, 5001 and a dynamic port."_s);
+    parser.addHelpOption();
+    parser.addOptions({
+        {u"bind"_s, u"Address to listen on (default 127.0.0.1)."_s, u"address"_s, u"127.0.0.1"_s},
+        {u"dynamic-port"_s, u"The session port handed to the client (5002-5999, default 5123)."_s,
+         u"port"_s, u"5123"_s},
+        {u"announce"_s, u"Deliver the dynamic port in an announcement from port 5001 instead of "
+                        u"in the ClientID's ACK."_s},
+        {u"announce-delay"_s,
+         u"Milliseconds between the ClientID's ACK and the announcement "
+         u"(default 250)."_s,
+         u"ms"_s, u"250"_s},
+        {u"to-listener"_s, u"Send subscription data to the client's listener port instead of "
+                           u"its main port."_s},
+        {u"model"_s, u"Frame model text of the frame info reply."_s, u"text"_s,
+         u"Kayenne K-Frame XP"_s},
+        {u"frame-version"_s, u"Software version text of the frame info reply."_s, u"text"_s,
+         u"V12.3.1"_s},
+        {u"drop"_s, u"Lose this fraction (0-1) of the received datagrams."_s, u"fraction"_s,
+         u"0"_s},
+        {u"delay"_s, u"Send every answer this many milliseconds late."_s, u"ms"_s, u"0"_s},
+        {u"duplicate"_s, u"Send every datagram twice."_s},
+        {u"stop-pings-after"_s, u"Stop answering PINGs this many seconds after start."_s,
+         u"seconds"_s},
+        {u"silent-handshake"_s, u"Never answer anything on port 5000."_s},
+        {u"garbage-every"_s, u"Send a datagram of random bytes to the client this often."_s,
+         u"ms"_s, u"0"_s},
+        {u"seed"_s, u"Seed of the random faults (drops, garbage)."_s, u"number"_s, u"1"_s},
+        {u"verbose"_s, u"Also print every datagram received and sent."_s},
+    });
+    parser.process(app);
+    if (!parser.positionalArguments().isEmpty())
+        fail(u"unexpected argument "_s + parser.positionalArguments().constFirst());
+
+    FrameEmulatorOptions options;
+    options.bindAddress = QHostAddress(parser.value(u"bind"_s));
+    if (options.bindAddress.isNull())
+        fail(u"--bind needs an IP address, not "_s + parser.value(u"bind"_s));
+    options.dynamicPort = numberOption<quint16>(parser, u"dynamic-port"_s, 5002, lastDynamicPort);
+    if (parser.isSet(u"announce"_s))
+        options.portDelivery = PortDelivery::announcement;
+    options.announceDelayMs = numberOption<int>(parser, u"announce-delay"_s, 0, 10'000);
+    if (parser.isSet(u"to-listener"_s))
+        options.dataTarget = DataTarget::clientListenerPort;
+    options.identity.model = parser.value(u"model"_s);
+    options.identity.version = parser.value(u"frame-version"_s);
+    if (!isEncodableName(options.identity.model, 31) ||
+        !isEncodableName(options.identity.version, 15)) {
+        fail(u"--model must be printable ASCII of at most 31 characters, --frame-version of at "
+             u"most 15"_s);
+    }
+    FaultOptions& faults = options.faults;
+    faults.dropFraction = numberOption<double>(parser, u"drop"_s, 0.0, 1.0);
+    faults.answerDelayMs = numberOption<int>(parser, u"delay"_s, 0, 60'000);
+    faults.duplicateSends = parser.isSet(u"duplicate"_s);
+    if (parser.isSet(u"stop-pings-after"_s))
+        faults.stopPingAnswersAfterSeconds =
+            numberOption<int>(parser, u"stop-pings-after"_s, 0, 86'400);
+    faults.neverAnswerHandshake = parser.isSet(u"silent-handshake"_s);
+    faults.garbageIntervalMs = numberOption<int>(parser, u"garbage-every"_s, 0, 60'000);
+    faults.seed = numberOption<quint32>(parser, u"seed"_s, 0u, 0xFFFFFFFFu);
+    const bool verbose = parser.isSet(u"verbose"_s);
+
+    FrameEmulator frame(options);
+    QObject::connect(&frame, &FrameEmulator::activity, &printLine);
+    if (verbose) {
+        QObject::connect(&frame, &FrameEmulator::datagramReceived,
+                         [](const ReceivedDatagram& datagram) {
+                             printLine(u"RX "_s + QString::number(datagram.localPort) + u" <- "_s +
+                                       QString::number(datagram.senderPort) +
+                                       (datagram.dropped ? u" (dropped) "_s : u" "_s) +
+                                       describe(datagram.message) + u" ["_s +
+                                       quorvane::hexBytes(datagram.bytes) + u']');
+                         });
+        QObject::connect(&frame, &FrameEmulator::datagramSent, [](const SentDatagram& datagram) {
+            printLine(u"TX "_s + QString::number(datagram.localPort) + u" -> "_s +
+                      QString::number(datagram.receiverPort) + u" ["_s +
+                      quorvane::hexBytes(datagram.bytes) + u']');
+        });
+    }
+
+    const Show& show = frame.show();
+    printLine(u"quorvane-frame-emulator: "_s + options.identity.model + u' ' +
+              options.identity.version + u" on "_s + options.bindAddress.toString() +
+              u", ports 5000/5001, dynamic port "_s + QString::number(options.dynamicPort) +
+              (options.portDelivery == PortDelivery::announcement ? u" (announced)"_s
+                                                                  : u" (in ClientID ACK)"_s) +
+              u", data to the client's "_s +
+              (options.dataTarget == DataTarget::clientMainPort ? u"main"_s : u"listener"_s) +
+              u" port, "_s + QString::number(show.sources.size()) + u" sources, "_s +
+              QString::number(show.buttons.assignedCount()) + u" assigned buttons"_s);
+    if (!frame.start())
+        fail(frame.errorString());
+    return QCoreApplication::exec();
+}
