@@ -86,6 +86,10 @@ void GVConnection::handleIncomingPacket(const QByteArray& datagram, QStringView 
                       u" bytes"_s);
         parseButtonData(datagram);
     }
+    // Definitions come in bursts while names load, and this loop may read part of a burst
+    // before the loading step does: decode them here too, or engineering names go missing.
+    if (isData && wire::sourceResponseCode(datagram) == wire::sourceDefinitionsCode)
+        parseSourceDefinitionData(datagram);
     if (length >= loggedFrom) {
         if (const std::optional<qsizetype> marker = nameMarkerPosition(bytes)) {
             m_logger.info(u"Source name update (0x020b) found at pos "_s +

@@ -123,20 +123,20 @@ void GVConnection::handleSourceNamesResponse(const QByteArray& datagram, bool on
         parseFrameInfo(datagram);
         return;
     }
-    const bool namesHeader = bytes.u32(4) == 0x00020010;
-    if (!namesHeader) {
+    const std::optional<quint16> response = wire::sourceResponseCode(datagram);
+    if (!response) {
         m_logger.info(u"  -> Header mismatch: bytes4-7=["_s + hexBytes(bytes.slice(4, 4)) +
                       u"] expected [00 02 00 10]"_s);
         parseFrameInfo(datagram);
         return;
     }
     const QString size = QString::number(length);
-    if (bytes.u16(16) == 0x0210) {
+    if (*response == wire::sourceDefinitionsCode) {
         m_logger.info(onListener ? u"Received 0210 packet on listener: "_s + size + u" bytes"_s
                                  : u"Found 0210 in packet on main socket! Parsing "_s + size +
                                        u" bytes"_s);
         parseSourceDefinitionData(datagram);
-    } else if (bytes.u16(16) == 0x020b) {
+    } else if (*response == wire::sourceNamesCode) {
         m_logger.info(onListener ? u"Received 020b packet on listener: "_s + size + u" bytes"_s
                                  : u"Found 020b in packet on main socket! Parsing "_s + size +
                                        u" bytes"_s);

@@ -48,6 +48,14 @@ std::optional<quint16> messageType(QByteArrayView datagram)
     return ByteReader(datagram).u16(0);
 }
 
+std::optional<quint16> sourceResponseCode(QByteArrayView datagram)
+{
+    const ByteReader bytes(datagram);
+    if (bytes.size() < 18 || bytes.u32(4) != 0x00020010)
+        return std::nullopt;
+    return bytes.u16(16);
+}
+
 bool isType(QByteArrayView datagram, MessageType type)
 {
     return messageType(datagram) == static_cast<quint16>(type);

@@ -14,6 +14,12 @@ enum class MessageType : quint16 { ping = 0x0001, ack = 0x0002, data = 0x0004, s
 std::optional<quint16> messageType(QByteArrayView datagram);
 bool isType(QByteArrayView datagram, MessageType type);
 
+// Answers to the source subscriptions carry 00 02 00 10 at bytes 4-7 and the subscribed
+// message (0x0210 or 0x020b) at bytes 16-17. Returns that message, or none for other datagrams.
+std::optional<quint16> sourceResponseCode(QByteArrayView datagram);
+inline constexpr quint16 sourceDefinitionsCode = 0x0210;
+inline constexpr quint16 sourceNamesCode = 0x020b;
+
 // The sequence bytes as the log shows them: "4.144" for 0x0490.
 QString sequenceText(QByteArrayView datagram);
 
