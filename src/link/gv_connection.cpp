@@ -5,7 +5,6 @@
 
 #include <QSettings>
 #include <QTimer>
-#include <QUdpSocket>
 
 #include <algorithm>
 
@@ -52,12 +51,12 @@ GVConnection::~GVConnection()
 
 int GVConnection::mainSock() const
 {
-    return m_mainSocket ? static_cast<int>(m_mainSocket->socketDescriptor()) : -1;
+    return m_mainSocket ? m_mainSocket->descriptor() : -1;
 }
 
 int GVConnection::listenerSock() const
 {
-    return m_listenerSocket ? static_cast<int>(m_listenerSocket->socketDescriptor()) : -1;
+    return m_listenerSocket ? m_listenerSocket->descriptor() : -1;
 }
 
 bool GVConnection::isConnectionTaskRunning() const

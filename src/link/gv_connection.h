@@ -3,6 +3,7 @@
 #include "connection_state.h"
 #include "diagnostics/debug_logger.h"
 #include "link_timing.h"
+#include "udp_endpoint.h"
 #include "model/bus.h"
 #include "model/button_mapping.h"
 #include "model/source_name.h"
@@ -14,7 +15,6 @@
 #include <QPointer>
 #include <QSet>
 #include <QTimer>
-#include <QUdpSocket>
 
 #include <memory>
 #include <optional>
@@ -137,10 +137,7 @@ Q_SIGNALS:
     void hasLoadedAllBusesChanged();
 
 private:
-    struct Datagram {
-        QByteArray bytes;
-        quint16 senderPort = 0;
-    };
+    using Datagram = ReceivedDatagram;
     // Cooperative cancellation of one connect: the task looks at it at every loop pass.
     struct CancelToken {
         bool cancelled = false;
@@ -148,11 +145,11 @@ private:
     using Token = std::shared_ptr<CancelToken>;
 
     // Transport
-    QUdpSocket* createUDPSocket(quint16 port);
+    UdpEndpoint* createUDPSocket(quint16 port);
     void closeSockets();
-    void sendTo(QUdpSocket* socket, const QByteArray& datagram, quint16 port);
-    std::optional<Datagram> readPendingDatagram(QUdpSocket* socket);
-    QCoro::Task<std::optional<Datagram>> receive(QUdpSocket* socket,
+    void sendTo(UdpEndpoint* socket, const QByteArray& datagram, quint16 port);
+    std::optional<Datagram> readPendingDatagram(UdpEndpoint* socket);
+    QCoro::Task<std::optional<Datagram>> receive(UdpEndpoint* socket,
                                                  std::chrono::milliseconds timeout);
     bool isFromFrame(const class QHostAddress& sender);
     quint16 nextSequence();
@@ -176,7 +173,7 @@ private:
     void startReceiveTimer();
     void receiveTick();
     void handleIncomingPacket(const QByteArray& datagram, QStringView source, quint16 senderPort,
-                              QUdpSocket* socket);
+                              UdpEndpoint* socket);
 
     // Loading
     QCoro::Task<> autoLoadAllData(Token token);
@@ -220,8 +217,8 @@ private:
     SourceNameTable m_sourceNames;
     InternalSourceLabels m_internalSourceLabels;
     LinkTiming m_timing;
-    QPointer<QUdpSocket> m_mainSocket;
-    QPointer<QUdpSocket> m_listenerSocket;
+    QPointer<UdpEndpoint> m_mainSocket;
+    QPointer<UdpEndpoint> m_listenerSocket;
     QPointer<QTimer> m_heartbeatTimer;
     QPointer<QTimer> m_receiveTimer;
     QElapsedTimer m_lastHeartbeatAck; // since the last ACK seen

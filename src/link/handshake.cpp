@@ -7,7 +7,6 @@
 #include "suspend.h"
 #include "wire_messages.h"
 
-#include <QUdpSocket>
 
 using namespace Qt::StringLiterals;
 
@@ -42,8 +41,8 @@ QCoro::Task<> GVConnection::performHandshake(Token token)
         failConnect(u"Failed to create sockets"_s);
         co_return;
     }
-    const QPointer<QUdpSocket> mainSocket = m_mainSocket;
-    const QPointer<QUdpSocket> listenerSocket = m_listenerSocket;
+    const QPointer<UdpEndpoint> mainSocket = m_mainSocket;
+    const QPointer<UdpEndpoint> listenerSocket = m_listenerSocket;
 
     m_msgCounter = firstMessageSequence;
     m_dynamicPort = 0;
@@ -65,9 +64,13 @@ QCoro::Task<> GVConnection::performHandshake(Token token)
 
     bool complete = false;
     while (!complete) {
-        std::optional<Datagram> reply = co_await receive(mainSocket, m_timing.handshakePoll);
+        // One wait serves both sockets' polls of a pass: an answer on either ends it, so the
+        // handshake moves as fast as the frame answers.
+        const QList<UdpEndpoint*> sockets{mainSocket.get(), listenerSocket.get()};
+        co_await waitForDatagram(sockets, m_timing.handshakePoll);
         if (cancelled())
             co_return;
+        std::optional<Datagram> reply = readPendingDatagram(mainSocket);
         if (reply && reply->bytes.size() >= 4)
             handleHandshakeMain(reply->bytes, stage, complete);
         if (complete)
@@ -81,9 +84,7 @@ QCoro::Task<> GVConnection::performHandshake(Token token)
             stage = 5;
         }
 
-        std::optional<Datagram> heard = co_await receive(listenerSocket, m_timing.handshakePoll);
-        if (cancelled())
-            co_return;
+        std::optional<Datagram> heard = readPendingDatagram(listenerSocket);
         if (heard)
             handleHandshakeListener(*heard, stage);
 
@@ -244,7 +245,7 @@ QCoro::Task<bool> GVConnection::sendRegistration(const QByteArray& command,
                                                  const QString& replyTitle, Token token)
 {
     QPointer<GVConnection> self(this);
-    const QPointer<QUdpSocket> mainSocket = m_mainSocket;
+    const QPointer<UdpEndpoint> mainSocket = m_mainSocket;
     sendTo(mainSocket, command, m_dynamicPort);
     co_await pause(m_timing.registrationPause);
     if (!self || token->cancelled)

@@ -7,7 +7,6 @@
 #include "wire_messages.h"
 
 #include <QTimer>
-#include <QUdpSocket>
 
 using namespace Qt::StringLiterals;
 
@@ -38,7 +37,7 @@ std::optional<QString> heartbeatTimeoutMessage(std::chrono::milliseconds sinceLa
 QCoro::Task<bool> GVConnection::verifyHeartbeat(Token token)
 {
     QPointer<GVConnection> self(this);
-    const QPointer<QUdpSocket> mainSocket = m_mainSocket;
+    const QPointer<UdpEndpoint> mainSocket = m_mainSocket;
     m_logger.info(u"Verifying heartbeat (3 exchanges)..."_s);
     int answers = 0;
     for (int exchange = 1;; ++exchange) {

@@ -5,7 +5,6 @@
 #include "wire_messages.h"
 
 #include <QTimer>
-#include <QUdpSocket>
 
 using namespace Qt::StringLiterals;
 
@@ -45,7 +44,7 @@ void GVConnection::startReceiveTimer()
 void GVConnection::receiveTick()
 {
     // The main socket first, then the listener; each emptied completely.
-    const std::pair<QPointer<QUdpSocket>, QStringView> sockets[] = {
+    const std::pair<QPointer<UdpEndpoint>, QStringView> sockets[] = {
         {m_mainSocket, u"main"}, {m_listenerSocket, u"listener"}};
     for (const auto& [socket, label] : sockets) {
         while (socket) {
@@ -58,7 +57,7 @@ void GVConnection::receiveTick()
 }
 
 void GVConnection::handleIncomingPacket(const QByteArray& datagram, QStringView source,
-                                        quint16 senderPort, QUdpSocket* socket)
+                                        quint16 senderPort, UdpEndpoint* socket)
 {
     const std::optional<quint16> type = wire::messageType(datagram);
     if (!type)

@@ -7,7 +7,6 @@
 #include "suspend.h"
 #include "wire_messages.h"
 
-#include <QUdpSocket>
 
 using namespace Qt::StringLiterals;
 
@@ -86,8 +85,8 @@ QCoro::Task<> GVConnection::subscribeToSourceNames(Token token)
     }
     m_logger.info(u"Subscriptions sent, now listening for responses..."_s);
 
-    const QPointer<QUdpSocket> listenerSocket = m_listenerSocket;
-    const QPointer<QUdpSocket> mainSocket = m_mainSocket;
+    const QPointer<UdpEndpoint> listenerSocket = m_listenerSocket;
+    const QPointer<UdpEndpoint> mainSocket = m_mainSocket;
     while (listening.elapsed() < m_timing.namesListen.count()) {
         const std::optional<Datagram> heard = co_await receive(listenerSocket, m_timing.namesPoll);
         if (!self || token->cancelled)
@@ -221,7 +220,7 @@ QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
 QCoro::Task<int> GVConnection::listen(std::chrono::milliseconds duration)
 {
     QPointer<GVConnection> self(this);
-    const QPointer<QUdpSocket> mainSocket = m_mainSocket;
+    const QPointer<UdpEndpoint> mainSocket = m_mainSocket;
     QElapsedTimer listening;
     listening.start();
     int logged = 0;

@@ -1,10 +1,11 @@
 #include "suspend.h"
 
+#include "udp_endpoint.h"
+
 #include <QCoroSignal>
 #include <QCoroTimer>
 #include <QPointer>
 #include <QTimer>
-#include <QUdpSocket>
 
 namespace quorvane {
 
@@ -17,17 +18,31 @@ Q_SIGNALS:
 };
 } // namespace
 
-QCoro::Task<> waitForDatagram(QUdpSocket* socket, std::chrono::milliseconds timeout)
+QCoro::Task<> waitForDatagram(UdpEndpoint* socket, std::chrono::milliseconds timeout)
 {
-    if (!socket)
-        co_return;
+    return waitForDatagram(QList<UdpEndpoint*>{socket}, timeout);
+}
+
+QCoro::Task<> waitForDatagram(QList<UdpEndpoint*> sockets,
+                              std::chrono::milliseconds timeout)
+{
     WakeUp wakeUp;
     QTimer timer;
     timer.setSingleShot(true);
     timer.setTimerType(Qt::PreciseTimer);
     QObject::connect(&timer, &QTimer::timeout, &wakeUp, &WakeUp::ring);
-    QObject::connect(socket, &QUdpSocket::readyRead, &wakeUp, &WakeUp::ring);
-    QObject::connect(socket, &QObject::destroyed, &wakeUp, &WakeUp::ring);
+    bool anySocket = false;
+    for (UdpEndpoint* socket : sockets) {
+        if (!socket)
+            continue;
+        anySocket = true;
+        if (socket->hasDatagram())
+            co_return;
+        QObject::connect(socket, &UdpEndpoint::datagramArrived, &wakeUp, &WakeUp::ring);
+        QObject::connect(socket, &QObject::destroyed, &wakeUp, &WakeUp::ring);
+    }
+    if (!anySocket)
+        co_return;
     timer.start(timeout);
     co_await qCoro(&wakeUp, &WakeUp::ring);
 }

@@ -5,7 +5,6 @@
 
 #include <QHostAddress>
 #include <QVariant>
-#include <QUdpSocket>
 
 #include <cerrno>
 
@@ -14,9 +13,6 @@ using namespace Qt::StringLiterals;
 namespace quorvane {
 
 namespace {
-// Bursts of subscription data must not be dropped between two polls of the receive loop.
-constexpr int receiveBufferBytes = 1024 * 1024;
-constexpr qint64 largestDatagram = 4096;
 
 // Only the frame's dotted IPv4 address is usable: "10.1" or a name is refused, as the frame's
 // own tools would.
@@ -31,17 +27,9 @@ std::optional<QHostAddress> dottedIPv4(const QString& host)
 }
 } // namespace
 
-QUdpSocket* GVConnection::createUDPSocket(quint16 port)
+UdpEndpoint* GVConnection::createUDPSocket(quint16 port)
 {
-    auto* socket = new QUdpSocket(this);
-    if (!socket->bind(QHostAddress::AnyIPv4, port,
-                      QAbstractSocket::ShareAddress | QAbstractSocket::ReuseAddressHint)) {
-        delete socket;
-        return nullptr;
-    }
-    socket->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption,
-                            QVariant(receiveBufferBytes));
-    return socket;
+    return UdpEndpoint::bind(port, this);
 }
 
 void GVConnection::closeSockets()
@@ -50,23 +38,19 @@ void GVConnection::closeSockets()
     delete m_listenerSocket;
 }
 
-void GVConnection::sendTo(QUdpSocket* socket, const QByteArray& datagram, quint16 port)
+void GVConnection::sendTo(UdpEndpoint* socket, const QByteArray& datagram, quint16 port)
 {
     const std::optional<QHostAddress> address = dottedIPv4(m_targetHost);
-    qint64 sent = -1;
-    int error = EBADF;
-    if (socket && address) {
-        errno = 0;
-        sent = socket->writeDatagram(datagram, *address, port);
-        error = errno;
-    } else if (socket) {
+    std::optional<int> error = EBADF;
+    if (socket && address)
+        error = socket->send(datagram, *address, port);
+    else if (socket)
         error = EINVAL;
-    }
-    if (sent < 0) {
-        const int descriptor = socket ? static_cast<int>(socket->socketDescriptor()) : -1;
+    if (error) {
+        const int descriptor = socket ? socket->descriptor() : -1;
         m_logger.error(u"sendTo FAILED: sock "_s + QString::number(descriptor) + u" -> "_s +
                        m_targetHost + u':' + QString::number(port) + u", errno="_s +
-                       QString::number(error));
+                       QString::number(*error));
     }
 }
 
@@ -85,27 +69,20 @@ bool GVConnection::isFromFrame(const QHostAddress& sender)
     return false;
 }
 
-std::optional<GVConnection::Datagram> GVConnection::readPendingDatagram(QUdpSocket* socket)
+std::optional<GVConnection::Datagram> GVConnection::readPendingDatagram(UdpEndpoint* socket)
 {
-    while (socket && socket->hasPendingDatagrams()) {
-        QByteArray bytes(largestDatagram, Qt::Uninitialized);
-        QHostAddress sender;
-        quint16 senderPort = 0;
-        const qint64 size = socket->readDatagram(bytes.data(), largestDatagram, &sender, &senderPort);
-        if (size <= 0)
-            return std::nullopt;
-        if (!isFromFrame(sender))
-            continue;
-        bytes.truncate(size);
-        return Datagram{bytes, senderPort};
+    while (socket) {
+        std::optional<Datagram> datagram = socket->take();
+        if (!datagram || isFromFrame(datagram->sender))
+            return datagram;
     }
     return std::nullopt;
 }
 
 QCoro::Task<std::optional<GVConnection::Datagram>>
-GVConnection::receive(QUdpSocket* socket, std::chrono::milliseconds timeout)
+GVConnection::receive(UdpEndpoint* socket, std::chrono::milliseconds timeout)
 {
-    QPointer<QUdpSocket> guard(socket);
+    QPointer<UdpEndpoint> guard(socket);
     QElapsedTimer waited;
     waited.start();
     while (guard) {

@@ -1,0 +1,106 @@
+// How long a connect and the first bus load take against the emulated frame with the
+// protocol's own timings, compared with the waits the protocol itself prescribes, and how long
+// the event loop is ever kept from running meanwhile (a 1 ms probe timer measures the gaps).
+//
+// Targets: wall time ≤ 1.05 × the fixed waits; longest stall ≤ 10 ms.
+#include "diagnostics/debug_logger.h"
+#include "frame_emulator.h"
+#include "link/gv_connection.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+using namespace quorvane;
+
+namespace {
+
+// The waits a connect of 35 buttons cannot avoid, whatever the frame answers: the pauses after
+// the registrations and between verification exchanges, the names phase, and the bus load's
+// listens.
+std::chrono::milliseconds fixedWaits(const LinkTiming& timing, int buttonCount)
+{
+    const int batchListens = 4 * buttonCount / 10;
+    return 3 * timing.registrationPause + 2 * timing.heartbeatPause + timing.namesListen +
+           timing.preambleListen + timing.frameInfoListen + batchListens * timing.batchListen +
+           timing.buttonsListen;
+}
+
+// Records the longest gap between two ticks of a 1 ms timer.
+class StallProbe : public QObject {
+public:
+    StallProbe()
+    {
+        m_timer.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&m_timer, &QTimer::timeout, this, [this] {
+            m_longest = qMax(m_longest, m_sinceTick.nsecsElapsed());
+            m_sinceTick.restart();
+        });
+        m_sinceTick.start();
+        m_timer.start(1);
+    }
+    double longestStallMs() const { return double(m_longest) / 1e6 - 1.0; }
+
+private:
+    QTimer m_timer;
+    QElapsedTimer m_sinceTick;
+    qint64 m_longest = 0;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    constexpr int runs = 3;
+    const LinkTiming timing; // the application's own
+    const double waits = double(fixedWaits(timing, 35).count());
+
+    emulator::FrameEmulator frame;
+    if (!frame.start()) {
+        std::fprintf(stderr, "cannot start the emulated frame: %s\n",
+                     qPrintable(frame.errorString()));
+        return 1;
+    }
+    QTemporaryDir settingsDir;
+    QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
+    DebugLogger logger;
+    logger.setEcho(qEnvironmentVariableIsSet("QUORVANE_BENCH_LOG") ? stderr : nullptr);
+
+    std::printf("connect + load of PGM at 35 buttons, default timings, emulated frame\n");
+    std::printf("%-5s %12s %12s %8s %16s\n", "run", "wall ms", "fixed ms", "ratio",
+                "longest stall ms");
+    double worstRatio = 0;
+    double worstStall = 0;
+    for (int run = 1; run <= runs; ++run) {
+        GVConnection connection(preferences, logger);
+        StallProbe probe;
+        QElapsedTimer wall;
+        wall.start();
+        connection.connect(u"127.0.0.1"_s, 1, 35);
+        while (connection.connectionState() != ConnectionState::connected &&
+               wall.elapsed() < 30'000) {
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        }
+        const double elapsed = double(wall.elapsed());
+        if (connection.connectionState() != ConnectionState::connected) {
+            std::fprintf(stderr, "run %d did not connect: %s\n", run,
+                         qPrintable(connection.statusMessage()));
+            return 1;
+        }
+        const double ratio = elapsed / waits;
+        std::printf("%-5d %12.0f %12.0f %8.3f %16.2f\n", run, elapsed, waits, ratio,
+                    probe.longestStallMs());
+        worstRatio = qMax(worstRatio, ratio);
+        worstStall = qMax(worstStall, probe.longestStallMs());
+        connection.disconnect();
+    }
+    std::printf("worst ratio %.3f (target <= 1.05), worst stall %.2f ms (target <= 10)\n",
+                worstRatio, worstStall);
+    return 0;
+}
