@@ -106,6 +106,43 @@ private Q_SLOTS:
                                               u"[INFO] Heartbeat verification complete!"_s}));
     }
 
+    void onlyAnAckCountsWhateverItsSequence()
+    {
+        // The frame answers the verification PINGs itself, differently each time.
+        emulator::FrameEmulatorOptions options;
+        LinkFixture link(options);
+        auto pings = std::make_shared<int>(0);
+        QObject::connect(&link.frame, &emulator::FrameEmulator::datagramReceived, &link.frame,
+                         [&link, pings](const emulator::ReceivedDatagram& datagram) {
+                             if (datagram.localPort != 5123 ||
+                                 datagram.message.kind != ClientMessageKind::ping) {
+                                 return;
+                             }
+                             const int exchange = (*pings)++;
+                             link.frame.setAnsweringPings(exchange == 0 || exchange > 2);
+                             using emulator::ClientPort;
+                             using emulator::FramePort;
+                             if (exchange == 1) {
+                                 link.frame.sendRaw(FramePort::dynamic, ClientPort::main,
+                                                    bytes("00 02 ab cd"));
+                             } else if (exchange == 2) {
+                                 link.frame.sendRaw(FramePort::dynamic, ClientPort::main,
+                                                    bytes("02"));
+                                 link.frame.sendRaw(FramePort::dynamic, ClientPort::main,
+                                                    bytes("00 01 00 00"));
+                             }
+                         });
+        QVERIFY(link.startFrame());
+        link.connection->connect(u"127.0.0.1"_s, 1, 35);
+        QTRY_COMPARE_WITH_TIMEOUT(link.connection->connectionState(), ConnectionState::connected,
+                                  connectTimeoutMs);
+        const QStringList lines = heartbeatLines(link.messages());
+        QCOMPARE(lines.mid(1, 4), QStringList({u"[INFO] Heartbeat 1 verified (1/3)"_s,
+                                              u"[INFO] Heartbeat 3 verified (2/3)"_s,
+                                              u"[INFO] Heartbeat 4 verified (3/3)"_s,
+                                              u"[INFO] Heartbeat verification complete!"_s}));
+    }
+
     void cancelAtEveryStage_data()
     {
         QTest::addColumn<ConnectionState>("stage");

@@ -351,6 +351,48 @@ private Q_SLOTS:
         QVERIFY2(listenerSync > lastMain, qPrintable(messages.join(u'\n')));
     }
 
+    void longDatagramsAreCutAt4096Bytes()
+    {
+        LinkFixture link;
+        QVERIFY(link.startFrame());
+        QVERIFY(connectAndWait(link));
+        const qsizetype lines = link.messages().size();
+        QVERIFY(link.frame.sendRaw(FramePort::dynamic, ClientPort::main,
+                                   bytes("00 99 00 01") + QByteArray(4092, 'a')));
+        QVERIFY(link.frame.sendRaw(FramePort::dynamic, ClientPort::main,
+                                   bytes("00 99 00 02") + QByteArray(5000, 'b')));
+        QTRY_COMPARE(link.messages().mid(lines).filter(u"pktType=0x0099 4096b"_s).size(), 2);
+        const QStringList scans = link.messages().mid(lines).filter(u"parseFrameInfo scanning: "_s);
+        // What is left of the longer one after the cut: 4092 of its 5000 letters.
+        QVERIFY(scans.contains(u"[INFO] parseFrameInfo scanning: "_s + QString(200, u'b')));
+    }
+
+    void acksWhileLoadingDoNotBlink()
+    {
+        LinkTiming timing = fastTiming();
+        timing.namesListen = std::chrono::milliseconds(2500);
+        LinkFixture link({}, timing);
+        QVERIFY(link.startFrame());
+        int pulsesBeforeConnected = 0;
+        int pulsesAfter = 0;
+        QObject::connect(link.connection.get(), &GVConnection::heartbeatPulseChanged,
+                         link.connection.get(), [&] {
+                             const bool connected = link.connection->connectionState() ==
+                                                    ConnectionState::connected;
+                             ++(connected ? pulsesAfter : pulsesBeforeConnected);
+                         });
+        link.connection->connect(u"127.0.0.1"_s, 1, 35);
+        QTRY_COMPARE_WITH_TIMEOUT(link.connection->connectionState(), ConnectionState::connected,
+                                  connectTimeoutMs);
+        // The keep-alive was answered twice while the names loaded, without a blink.
+        int answeredWhileLoading = 0;
+        for (const auto& datagram : link.frame.sentFrom(5123))
+            answeredWhileLoading += datagram.bytes == bytes("00 02 00 00");
+        QVERIFY(answeredWhileLoading >= 2 + 3 + 1); // handshake, verification, keep-alive
+        QCOMPARE(pulsesBeforeConnected, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(pulsesAfter >= 2, 3000);
+    }
+
     void theHeartbeatBlinksWhileConnected()
     {
         LinkFixture link;
