@@ -50,7 +50,13 @@ case "$command" in
     run)
         ensure_packages
         build dev
-        exec build/dev/src/app/quorvane "$@"
+        app=build/dev/src/app/quorvane
+        if [ ! -x "$app" ]; then
+            echo "The desktop window is not built yet. Meanwhile try the emulated frame:" >&2
+            echo "  build/dev/emulator/quorvane-frame-emulator --verbose" >&2
+            exit 1
+        fi
+        exec "$app" "$@"
         ;;
     test)
         preset=${1:-ci}
