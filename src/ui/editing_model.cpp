@@ -1,0 +1,292 @@
+// The view model's own state: the panel's fields, the grid's selection, the source picker and
+// the keyboard. Editing of buttons is in editing_model_edits.cpp, drag and drop and the
+// sandbox in editing_model_drag.cpp.
+#include "editing_model.h"
+
+#include "grid_geometry.h"
+#include "link/gv_connection.h"
+#include "source_filter.h"
+
+#include <limits>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane {
+
+namespace {
+// A frame on the studio network; the panel may replace it with the last host that connected.
+const QString initialFrameAddress = u"192.168.10.250"_s;
+} // namespace
+
+EditingModel::EditingModel(GVConnection& connection, QObject* parent)
+    : QObject(parent)
+    , m_connection(connection)
+    , m_ipAddress(initialFrameAddress)
+    , m_selectedButtonCount(connection.buttonCount())
+    , m_dragClickOffset(0, 0)
+{
+    for (auto changed : {&GVConnection::mappingsChanged, &GVConnection::sourceNamesChanged,
+                         &GVConnection::isLoadingChanged, &GVConnection::hasLoadedAllBusesChanged,
+                         &GVConnection::isConnectedChanged}) {
+        QObject::connect(&m_connection, changed, this, &EditingModel::gridDataChanged);
+    }
+    QObject::connect(&m_connection, &GVConnection::buttonCountChanged, this,
+                     &EditingModel::syncButtonCount);
+}
+
+EditingModel::~EditingModel() = default;
+
+// --- Panel fields ------------------------------------------------------------------------
+
+void EditingModel::setIpAddress(const QString& address)
+{
+    if (address == m_ipAddress)
+        return;
+    m_ipAddress = address;
+    Q_EMIT ipAddressChanged();
+}
+
+void EditingModel::setSelectedSuite(int suite)
+{
+    if (suite == m_selectedSuite)
+        return;
+    m_selectedSuite = suite;
+    Q_EMIT selectedSuiteChanged();
+}
+
+void EditingModel::setSelectedButtonCount(int count)
+{
+    if (isSupportedButtonCount(count) && count != m_selectedButtonCount) {
+        m_selectedButtonCount = count;
+        // A selection of a row of another length names other buttons of the panel.
+        deselectAll();
+        clearDragState();
+        Q_EMIT selectedButtonCountChanged();
+        Q_EMIT gridDataChanged();
+    }
+    m_connection.changeButtonCount(count);
+}
+
+void EditingModel::syncButtonCount()
+{
+    // The connection corrects a count it cannot use when it connects; the grid follows it, so
+    // that the grid and the writes always speak of the same buttons.
+    if (m_connection.buttonCount() != m_selectedButtonCount)
+        setSelectedButtonCount(m_connection.buttonCount());
+}
+
+void EditingModel::setShowDebugLog(bool shown)
+{
+    if (shown == m_showDebugLog)
+        return;
+    m_showDebugLog = shown;
+    Q_EMIT showDebugLogChanged();
+}
+
+void EditingModel::toggleDebugLog()
+{
+    setShowDebugLog(!m_showDebugLog);
+}
+
+// --- Grid and selection ------------------------------------------------------------------
+
+void EditingModel::changeSelection(const std::function<void(SelectionModel&)>& change)
+{
+    const SelectionModel before = m_selection;
+    change(m_selection);
+    if (m_selection != before)
+        Q_EMIT selectionChanged();
+}
+
+void EditingModel::changeSandbox(const std::function<void(Sandbox&)>& change)
+{
+    const Sandbox before = m_sandbox;
+    change(m_sandbox);
+    if (m_sandbox != before)
+        Q_EMIT sandboxChanged();
+}
+
+void EditingModel::changePicker(const std::function<void()>& change)
+{
+    const bool shown = m_showSourcePicker;
+    const std::optional<ButtonLocation> target = m_pickerTarget;
+    const SourcePickerState picker = m_picker;
+    change();
+    if (shown != m_showSourcePicker || target != m_pickerTarget || picker != m_picker)
+        Q_EMIT sourcePickerChanged();
+}
+
+bool EditingModel::isInShownGrid(int shift, int button) const
+{
+    return isInGrid(shift, button, m_selectedButtonCount);
+}
+
+void EditingModel::click(int shift, int button, Qt::KeyboardModifiers modifiers)
+{
+    if (!isInShownGrid(shift, button))
+        return;
+    const QString id = cellId(m_selectedBus, shift, button);
+    auto classifier = m_clickClassifiers.find(id);
+    if (classifier == m_clickClassifiers.end())
+        classifier = m_clickClassifiers.insert(id, ClickClassifier(m_clickClock));
+    const ClickOutcome outcome = classifier->click(modifiers);
+    if (outcome.shiftTap)
+        shiftTap(shift, button);
+    if (outcome.kind == ClickKind::doubleTap)
+        doubleTap(shift, button);
+    else
+        tap(shift, button, modifiers);
+}
+
+void EditingModel::setClickClock(ClickClassifier::Clock clock)
+{
+    m_clickClock = std::move(clock);
+    m_clickClassifiers.clear();
+}
+
+void EditingModel::tap(int shift, int button, Qt::KeyboardModifiers modifiers)
+{
+    if (!isInShownGrid(shift, button))
+        return;
+    clearDragState();
+    // A Shift-click is the range selection's alone.
+    if (modifiers.testFlag(Qt::ShiftModifier))
+        return;
+    changeSelection([&](SelectionModel& selection) {
+        selection.tap({shift, button}, m_selectedButtonCount);
+    });
+    changeSandbox([](Sandbox& sandbox) { sandbox.deselect(); });
+}
+
+void EditingModel::shiftTap(int shift, int button)
+{
+    if (!isInShownGrid(shift, button))
+        return;
+    clearDragState();
+    changeSelection([&](SelectionModel& selection) { selection.shiftTap({shift, button}); });
+    changeSandbox([](Sandbox& sandbox) { sandbox.deselect(); });
+}
+
+void EditingModel::doubleTap(int shift, int button)
+{
+    if (!isInShownGrid(shift, button))
+        return;
+    changePicker([&] {
+        m_pickerTarget = ButtonLocation{m_selectedBus, shift, button};
+        m_showSourcePicker = true;
+        // The sheet opens fresh, ready to type into.
+        m_picker = SourcePickerState{};
+        m_picker.isSearchFocused = true;
+    });
+}
+
+void EditingModel::selectBus(Bus bus)
+{
+    const bool changed = bus != m_selectedBus;
+    m_selectedBus = bus;
+    deselectAll();
+    m_connection.changeBus(bus);
+    if (changed) {
+        Q_EMIT selectedBusChanged();
+        Q_EMIT gridDataChanged();
+    }
+}
+
+void EditingModel::deselectAll()
+{
+    changeSelection([](SelectionModel& selection) { selection.deselectAll(); });
+}
+
+// --- Source picker -----------------------------------------------------------------------
+
+void EditingModel::setPickerSearchText(const QString& text)
+{
+    changePicker([&] { m_picker.searchText = text; });
+}
+
+void EditingModel::setPickerSearchFocused(bool focused)
+{
+    changePicker([&] { m_picker.isSearchFocused = focused; });
+}
+
+QList<int> EditingModel::pickerSources() const
+{
+    return filteredSources(m_picker.searchText,
+                           [this](int source) { return m_connection.displayName(source); });
+}
+
+void EditingModel::highlightPickerSource(int source)
+{
+    changePicker([&] { m_picker.selectedSource = source; });
+}
+
+void EditingModel::choosePickerSource(int source)
+{
+    highlightPickerSource(source);
+    pickSource(source);
+    dismissSourcePicker();
+}
+
+void EditingModel::pickSource(int source)
+{
+    // A choice in the picker is a single deliberate edit, not a batch: it is not undoable.
+    if (m_pickerTarget)
+        writeButton(*m_pickerTarget, source);
+}
+
+void EditingModel::dismissSourcePicker()
+{
+    changePicker([&] { m_showSourcePicker = false; });
+}
+
+QString EditingModel::sourceText(qint64 source) const
+{
+    if (source >= 1 && source <= std::numeric_limits<int>::max()) {
+        if (std::optional<QString> name = m_connection.displayName(static_cast<int>(source)))
+            return *name;
+    }
+    return QString::number(source);
+}
+
+// --- Keyboard ----------------------------------------------------------------------------
+
+KeyContext EditingModel::keyContext() const
+{
+    return {!m_selection.isEmpty(), m_sandbox.selectedIndex().has_value(), !m_clipboard.isEmpty()};
+}
+
+bool EditingModel::handleKey(Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
+    const KeyDecision decision = decideKey(key, modifiers, keyContext());
+    runKeyOperation(decision.operation);
+    return decision.swallow;
+}
+
+void EditingModel::runKeyOperation(KeyOperation operation)
+{
+    switch (operation) {
+    case KeyOperation::none:
+        break;
+    case KeyOperation::clearSelection:
+        clearSelection();
+        break;
+    case KeyOperation::deleteAndClose:
+        deleteAndClose();
+        break;
+    case KeyOperation::copySelection:
+        copySelection();
+        break;
+    case KeyOperation::pasteToSelection:
+        pasteToSelection();
+        break;
+    case KeyOperation::undo:
+        undo();
+        break;
+    case KeyOperation::toggleDebugLog:
+        toggleDebugLog();
+        break;
+    }
+}
+
+} // namespace quorvane

@@ -1,0 +1,212 @@
+#pragma once
+
+#include "button_cell_state.h"
+#include "click_classifier.h"
+#include "clipboard.h"
+#include "drag_payload.h"
+#include "drop_placement.h"
+#include "key_table.h"
+#include "model/bus.h"
+#include "sandbox.h"
+#include "selected_button_key.h"
+#include "selection_model.h"
+#include "source_picker.h"
+#include "undo_history.h"
+
+#include <QHash>
+#include <QObject>
+#include <QPointF>
+#include <QString>
+#include <functional>
+#include <optional>
+
+namespace quorvane {
+
+class GVConnection;
+
+// The state of the main view and every operation the operator performs on it: selection,
+// copy and paste, clear, undo, drag and drop, the sandbox, the source picker and the keyboard
+// shortcuts. The widgets only forward clicks, keys and drops here and paint what it reports.
+//
+// Every change of a button goes through the connection's writeMapping, one call per button,
+// and every batch except a choice in the source picker is recorded for undo first. Reads go
+// through mappingFor at the connection's button count and through its display-name rule.
+class EditingModel : public QObject {
+    Q_OBJECT
+
+public:
+    // `connection` must outlive the model.
+    explicit EditingModel(GVConnection& connection, QObject* parent = nullptr);
+    ~EditingModel() override;
+
+    GVConnection& connection() const { return m_connection; }
+
+    // --- Connection panel fields ---------------------------------------------------------
+    const QString& ipAddress() const { return m_ipAddress; }
+    void setIpAddress(const QString& address);
+    int selectedSuite() const { return m_selectedSuite; }
+    void setSelectedSuite(int suite);
+    // Buttons per row. A change empties the selection and asks the connection to switch.
+    int selectedButtonCount() const { return m_selectedButtonCount; }
+    void setSelectedButtonCount(int count);
+    bool showDebugLog() const { return m_showDebugLog; }
+    void setShowDebugLog(bool shown);
+    void toggleDebugLog();
+
+    // --- Grid and selection --------------------------------------------------------------
+    Bus selectedBus() const { return m_selectedBus; }
+    const SelectionModel& selection() const { return m_selection; }
+    // The values of one cell of the bus shown.
+    ButtonCellState cellState(int shift, int button) const;
+
+    // A click on a cell as the pointer delivers it: told apart into a plain click, a
+    // Shift-click and a double click by the cell's own click timing.
+    void click(int shift, int button, Qt::KeyboardModifiers modifiers);
+    // The clock the cells time double clicks with; tests give their own.
+    void setClickClock(ClickClassifier::Clock clock);
+
+    void tap(int shift, int button, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+    void shiftTap(int shift, int button);
+    // Opens the source picker for the cell.
+    void doubleTap(int shift, int button);
+    // A bus tab: shows the bus, empties the selection and switches the connection, even to
+    // the bus already shown.
+    void selectBus(Bus bus);
+    void deselectAll();
+
+    // --- Clipboard, clear and undo -------------------------------------------------------
+    const InternalClipboard& clipboard() const { return m_clipboard; }
+    const UndoHistory& undoHistory() const { return m_undo; }
+    bool canUndo() const { return !m_undo.isEmpty(); }
+
+    void copySelection();
+    // Pastes the clipboard once, from the smallest selected cell.
+    void pasteToSelection();
+    // Removes the selected sandbox slot if there is one; otherwise clears the selected
+    // buttons.
+    void clearSelection();
+    // Removes the selected buttons from their row and closes the gap.
+    void deleteAndClose();
+    void undo();
+    // Records the present sources of `buttons` as one undoable batch; buttons without a
+    // mapping cannot be restored and are left out.
+    void recordUndo(const QList<ButtonLocation>& buttons);
+
+    // --- Drag and drop -------------------------------------------------------------------
+    const std::optional<ButtonKeySet>& dropPreviewRange() const { return m_dropPreviewRange; }
+    const std::optional<DragInfo>& currentDragInfo() const { return m_currentDragInfo; }
+    QPointF dragClickOffset() const { return m_dragClickOffset; }
+    bool isClipboardDropTargeted() const { return m_isClipboardDropTargeted; }
+
+    // A drag starts on a cell; `windowPoint` is the pointer in window coordinates, when the
+    // window can tell. Returns the payload, or none outside the grid.
+    std::optional<MultiButtonDragData> beginDrag(int shift, int button,
+                                                 std::optional<QPointF> windowPoint);
+    // A drag starts on a sandbox slot; none for an index that names no slot.
+    std::optional<MultiButtonDragData> beginSandboxDrag(int index);
+    // The drag left the window or was dropped where nothing takes it.
+    void endDrag();
+    // A drag enters (true) or leaves (false) a cell.
+    void dropTargetChanged(bool targeted, int shift, int button);
+    // Returns whether the drop was taken; a refused drop writes and records nothing.
+    bool dropOnCell(const QList<MultiButtonDragData>& payloads, int shift, int button);
+    // The same with the payload as it travels: a payload that does not decode is refused.
+    bool dropOnCell(QByteArrayView json, int shift, int button);
+    void setClipboardDropTargeted(bool targeted);
+    // Fills the clipboard with the dragged sources, in the payload's order.
+    bool dropOnClipboard(const QList<MultiButtonDragData>& payloads);
+
+    // --- Sandbox -------------------------------------------------------------------------
+    const QList<SandboxSlot>& sandboxSlots() const { return m_sandbox.slots(); }
+    std::optional<int> selectedSandboxIndex() const { return m_sandbox.selectedIndex(); }
+    // A drop on the sandbox area; returns the number of slots added.
+    int addToSandbox(const QList<MultiButtonDragData>& payloads);
+    // Selects the slot only; the button selection is emptied.
+    void selectSandboxSlot(int index);
+    bool removeSelectedSandboxSlot();
+
+    // --- Source picker -------------------------------------------------------------------
+    bool showSourcePicker() const { return m_showSourcePicker; }
+    const std::optional<ButtonLocation>& pickerTargetButton() const { return m_pickerTarget; }
+    const SourcePickerState& sourcePicker() const { return m_picker; }
+    void setPickerSearchText(const QString& text);
+    void setPickerSearchFocused(bool focused);
+    // The picker's rows for its search text.
+    QList<int> pickerSources() const;
+    // A single click on a row.
+    void highlightPickerSource(int source);
+    // A double click on a row: the source is picked and the picker closes.
+    void choosePickerSource(int source);
+    // The picker's result: written to the picker's button, without an undo record.
+    void pickSource(int source);
+    void dismissSourcePicker();
+
+    // The source's display name, or its number when it has none: sandbox slots and picker
+    // rows show this.
+    QString sourceText(qint64 source) const;
+
+    // --- Keyboard ------------------------------------------------------------------------
+    KeyContext keyContext() const;
+    // Runs the shortcut of a key press; returns true when the press is swallowed and false
+    // when it goes on to the focused control.
+    bool handleKey(Qt::Key key, Qt::KeyboardModifiers modifiers);
+    void runKeyOperation(KeyOperation operation);
+
+Q_SIGNALS:
+    void selectionChanged();
+    void dragStateChanged();
+    // Mappings, names or loading changed: every cell may look different.
+    void gridDataChanged();
+    void clipboardChanged();
+    void undoHistoryChanged();
+    void sandboxChanged();
+    void sourcePickerChanged();
+    void selectedBusChanged();
+    void selectedButtonCountChanged();
+    void showDebugLogChanged();
+    void ipAddressChanged();
+    void selectedSuiteChanged();
+
+private:
+    bool isInShownGrid(int shift, int button) const;
+    std::optional<qint64> sourceAt(Bus bus, int shift, int button) const;
+    // One button to the frame, after checking it is one the panel has and a source the frame
+    // can take.
+    void writeButton(const ButtonLocation& location, qint64 source);
+    void syncButtonCount();
+
+    // Apply a change and tell the observers when it changed anything.
+    void changeSelection(const std::function<void(SelectionModel&)>& change);
+    void changeSandbox(const std::function<void(Sandbox&)>& change);
+    void changePicker(const std::function<void()>& change);
+    void setDropPreview(std::optional<ButtonKeySet> keys);
+    void setDragInfo(std::optional<DragInfo> info);
+    void clearDragState();
+
+    GVConnection& m_connection;
+    ClickClassifier::Clock m_clickClock = ClickClassifier::steadyClock();
+    QHash<QString, ClickClassifier> m_clickClassifiers; // one per cell, by cell id
+
+    QString m_ipAddress;
+    int m_selectedSuite = 1;
+    int m_selectedButtonCount = 35;
+    bool m_showDebugLog = false;
+    Bus m_selectedBus = Bus::pgm;
+
+    SelectionModel m_selection;
+    Sandbox m_sandbox;
+    bool m_showSourcePicker = false;
+    std::optional<ButtonLocation> m_pickerTarget;
+    SourcePickerState m_picker;
+
+    bool m_isClipboardDropTargeted = false;
+    std::optional<ButtonKeySet> m_dropPreviewRange;
+    std::optional<SelectedButtonKey> m_dropTargetCell; // the cell the preview was made for
+    std::optional<DragInfo> m_currentDragInfo;
+    QPointF m_dragClickOffset;
+
+    UndoHistory m_undo;
+    InternalClipboard m_clipboard;
+};
+
+} // namespace quorvane
