@@ -1,0 +1,94 @@
+#include "content_view.h"
+#include "connection_panel.h"
+#include "diagnostics/debug_logger.h"
+#include "editing_model.h"
+#include "frame_emulator.h"
+#include "link/gv_connection.h"
+#include "main_window.h"
+#include "start_options.h"
+#include "window_style.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QSettings>
+#include <QStyleFactory>
+#include <QTimer>
+
+#include <cstdio>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using namespace quorvane;
+
+namespace {
+
+void useDarkLook(QApplication& app)
+{
+    app.setStyle(QStyleFactory::create(u"Fusion"_s));
+    QPalette dark;
+    dark.setColor(QPalette::Window, windowBackground());
+    dark.setColor(QPalette::WindowText, QColor(0xe6, 0xe6, 0xea));
+    dark.setColor(QPalette::Base, QColor(0x1a, 0x1a, 0x1e));
+    dark.setColor(QPalette::AlternateBase, QColor(0x24, 0x24, 0x28));
+    dark.setColor(QPalette::Text, QColor(0xe6, 0xe6, 0xea));
+    dark.setColor(QPalette::PlaceholderText, QColor(0x8a, 0x8a, 0x92));
+    dark.setColor(QPalette::Button, QColor(0x2c, 0x2c, 0x32));
+    dark.setColor(QPalette::ButtonText, QColor(0xe6, 0xe6, 0xea));
+    dark.setColor(QPalette::Highlight, QColor(0x1f, 0x6f, 0xd1));
+    dark.setColor(QPalette::HighlightedText, Qt::white);
+    dark.setColor(QPalette::ToolTipBase, QColor(0x2c, 0x2c, 0x32));
+    dark.setColor(QPalette::ToolTipText, QColor(0xe6, 0xe6, 0xea));
+    dark.setColor(QPalette::Disabled, QPalette::ButtonText, QColor(0x70, 0x70, 0x78));
+    dark.setColor(QPalette::Disabled, QPalette::Text, QColor(0x70, 0x70, 0x78));
+    app.setPalette(dark);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(u"Quorvane"_s);
+    QApplication::setOrganizationName(u"Quorvane"_s);
+    const ParsedStart start = parseStartOptions(QApplication::arguments());
+    if (!start.error.isEmpty()) {
+        std::fprintf(stderr, "quorvane: %s\n", qPrintable(start.error));
+        return 2;
+    }
+    useDarkLook(app);
+
+    QSettings preferences;
+    MainWindow window(preferences, DebugLogger::shared());
+    ContentView& view = window.contentView();
+    EditingModel& model = view.model();
+
+    std::unique_ptr<emulator::FrameEmulator> demoFrame;
+    if (start.options.demo) {
+        demoFrame = std::make_unique<emulator::FrameEmulator>();
+        if (demoFrame->start()) {
+            model.setIpAddress(u"127.0.0.1"_s);
+            view.connectionPanel()->setFrameNote(
+                u"Built-in demo frame: an emulated K-Frame on 127.0.0.1 with a sample show. "
+                u"No switcher is needed; changes stay in the demo."_s);
+        } else {
+            QMessageBox::warning(&window, u"Quorvane"_s,
+                                 u"The built-in demo frame could not start: "_s +
+                                     demoFrame->errorString());
+            demoFrame.reset();
+        }
+    }
+    if (start.options.host)
+        model.setIpAddress(*start.options.host);
+    if (start.options.suite)
+        model.setSelectedSuite(*start.options.suite);
+    if (start.options.buttons)
+        model.setSelectedButtonCount(*start.options.buttons);
+
+    window.show();
+    QTimer::singleShot(100, &window, [&window] { window.setUpWindow(); });
+    if (start.options.connect)
+        view.connectionPanel()->pressConnectButton();
+    const int result = QApplication::exec();
+    view.connection().disconnect();
+    return result;
+}

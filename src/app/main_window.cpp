@@ -1,0 +1,114 @@
+#include "main_window.h"
+
+#include "content_view.h"
+#include "editing_model.h"
+#include "link/gv_connection.h"
+#include "menus.h"
+#include "show_file_transfer.h"
+#include "window_geometry.h"
+#include "window_style.h"
+
+#include <QFile>
+#include <QFileDialog>
+#include <QGuiApplication>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QScreen>
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane {
+
+namespace {
+bool isCsv(const QString& path)
+{
+    return path.endsWith(u".csv"_s, Qt::CaseInsensitive);
+}
+} // namespace
+
+MainWindow::MainWindow(QSettings& preferences, DebugLogger& logger, QWidget* parent)
+    : QMainWindow(parent)
+    , m_content(new ContentView(preferences, logger, this))
+{
+    setCentralWidget(m_content);
+    setWindowTitle(u"Quorvane"_s);
+#ifdef Q_OS_MACOS
+    setUnifiedTitleAndToolBarOnMac(true);
+#endif
+    buildMenus(*menuBar(), {[this] { m_infoWindows.showAbout(); },
+                            [this] { m_infoWindows.showHelp(); },
+                            [this] { exportMappings(); }, [this] { importMappings(); }});
+}
+
+void MainWindow::setUpWindow()
+{
+    if (const QScreen* screen = QGuiApplication::primaryScreen())
+        setGeometry(mainWindowFrame(QRectF(screen->availableGeometry())).toRect());
+    QPalette colours = palette();
+    colours.setColor(QPalette::Window, windowBackground());
+    setPalette(colours);
+    setWindowTitle(u"Quorvane"_s);
+    trimMenuBar(*menuBar());
+}
+
+void MainWindow::exportMappings()
+{
+    const GVConnection& connection = m_content->connection();
+    if (connection.subscribedModes().isEmpty()) {
+        QMessageBox::information(this, u"Export Mappings"_s,
+                                 u"Nothing to export yet: connect and load a bus first."_s);
+        return;
+    }
+    const QString path = QFileDialog::getSaveFileName(
+        this, u"Export Mappings"_s, u"show.json"_s,
+        u"Show files (*.json);;Spreadsheets (*.csv)"_s);
+    if (path.isEmpty())
+        return;
+    const ShowFile file = exportShowFile(connection);
+    QFile out(path);
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+        out.write(isCsv(path) ? writeShowCsv(file.buttons) : writeShowJson(file)) < 0) {
+        QMessageBox::warning(this, u"Export Mappings"_s,
+                             u"Could not write "_s + path + u": "_s + out.errorString());
+    }
+}
+
+void MainWindow::importMappings()
+{
+    const QString path = QFileDialog::getOpenFileName(
+        this, u"Import Mappings"_s, QString(), u"Show files (*.json *.csv)"_s);
+    if (path.isEmpty())
+        return;
+    QFile in(path);
+    if (!in.open(QIODevice::ReadOnly)) {
+        QMessageBox::warning(this, u"Import Mappings"_s,
+                             u"Could not read "_s + path + u": "_s + in.errorString());
+        return;
+    }
+    GVConnection& connection = m_content->connection();
+    const QByteArray content = in.readAll();
+    const ShowFileResult read = isCsv(path) ? readShowCsv(content, connection.buttonCount())
+                                            : readShowJson(content);
+    if (!read.file) {
+        QStringList problems;
+        for (const ShowFileProblem& problem : read.problems.mid(0, 12))
+            problems.append(problem.text());
+        QMessageBox::warning(this, u"Import Mappings"_s,
+                             u"The file was not imported:\n\n"_s + problems.join(u'\n'));
+        return;
+    }
+    const ImportPlan plan = planImport(*read.file, connection);
+    if (!plan.refusal.isEmpty()) {
+        QMessageBox::information(this, u"Import Mappings"_s, plan.refusal);
+        return;
+    }
+    const int written = applyImport(plan, m_content->model());
+    QString summary = QString::number(written) + u" buttons written (one Undo takes them back)."_s;
+    if (!plan.skippedBuses.isEmpty()) {
+        summary += u"\nNot loaded, so left alone: "_s + plan.skippedBuses.join(u", "_s) +
+                   u". Show those buses first, then import again."_s;
+    }
+    QMessageBox::information(this, u"Import Mappings"_s, summary);
+}
+
+} // namespace quorvane

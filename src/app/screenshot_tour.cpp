@@ -1,0 +1,95 @@
+// Takes the README's screenshots of the real window: connected to the built-in demo frame,
+// with a selection, and with the source picker open. Run it under a display (the repository's
+// scripts/screenshots.sh starts a virtual one).
+#include "connection_panel.h"
+#include "content_view.h"
+#include "diagnostics/debug_logger.h"
+#include "editing_model.h"
+#include "frame_emulator.h"
+#include "link/gv_connection.h"
+#include "main_window.h"
+#include "source_picker_dialog.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QLineEdit>
+#include <QScreen>
+#include <QSettings>
+#include <QStyleFactory>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+using namespace quorvane;
+
+namespace {
+
+bool save(const QString& path)
+{
+    // The whole screen as the window system shows it, not a re-rendering of the widgets.
+    const QPixmap shot = QGuiApplication::primaryScreen()->grabWindow(0);
+    if (!shot.save(path)) {
+        std::fprintf(stderr, "could not save %s\n", qPrintable(path));
+        return false;
+    }
+    std::printf("%s\n", qPrintable(path));
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : u"docs/screenshots"_s;
+    QDir().mkpath(folder);
+    app.setStyle(QStyleFactory::create(u"Fusion"_s));
+
+    emulator::FrameEmulator frame;
+    if (!frame.start()) {
+        std::fprintf(stderr, "demo frame: %s\n", qPrintable(frame.errorString()));
+        return 1;
+    }
+    QTemporaryDir settingsDir;
+    QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
+    DebugLogger logger;
+    logger.setEcho(nullptr);
+    MainWindow window(preferences, logger);
+    window.show();
+    window.setUpWindow();
+    ContentView& view = window.contentView();
+    view.model().setIpAddress(u"127.0.0.1"_s);
+    view.connectionPanel()->setFrameNote(
+        u"Built-in demo frame: an emulated K-Frame on 127.0.0.1 with a sample show."_s);
+    view.connectionPanel()->pressConnectButton();
+    if (!QTest::qWaitFor(
+            [&] { return view.connection().connectionState() == ConnectionState::connected; },
+            20'000)) {
+        std::fprintf(stderr, "the demo frame did not connect\n");
+        return 1;
+    }
+    QTest::qWait(300);
+    if (!save(folder + u"/connected.png"_s))
+        return 1;
+
+    EditingModel& model = view.model();
+    model.tap(2, 3);
+    model.shiftTap(2, 9);
+    model.copySelection();
+    model.setShowDebugLog(true);
+    QTest::qWait(300);
+    if (!save(folder + u"/selection.png"_s))
+        return 1;
+
+    model.setShowDebugLog(false);
+    model.doubleTap(1, 5);
+    view.picker()->searchField()->setText(u"cam"_s);
+    model.setPickerSearchText(u"cam"_s);
+    QTest::qWait(300);
+    if (!save(folder + u"/picker.png"_s))
+        return 1;
+    view.connection().disconnect();
+    return 0;
+}

@@ -1,0 +1,48 @@
+#include "start_options.h"
+
+#include <QCommandLineParser>
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane {
+
+ParsedStart parseStartOptions(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(u"Maps the source-select buttons of a K-Frame panel suite."_s);
+    parser.addHelpOption();
+    parser.addOptions({
+        {u"demo"_s, u"Start the built-in demo frame (an emulated K-Frame on 127.0.0.1)."_s},
+        {u"host"_s, u"The frame's IPv4 address."_s, u"address"_s},
+        {u"suite"_s, u"The panel suite, 1 to 4."_s, u"n"_s},
+        {u"buttons"_s, u"Buttons per row: 15, 20, 25 or 35."_s, u"n"_s},
+        {u"connect"_s, u"Connect at once."_s},
+    });
+    ParsedStart parsed;
+    if (!parser.parse(arguments)) {
+        parsed.error = parser.errorText();
+        return parsed;
+    }
+    StartOptions& options = parsed.options;
+    options.demo = parser.isSet(u"demo"_s);
+    options.connect = parser.isSet(u"connect"_s);
+    if (parser.isSet(u"host"_s))
+        options.host = parser.value(u"host"_s);
+    auto number = [&](const QString& name, auto valid) -> std::optional<int> {
+        if (!parser.isSet(name))
+            return std::nullopt;
+        bool ok = false;
+        const int value = parser.value(name).toInt(&ok);
+        if (!ok || !valid(value)) {
+            parsed.error = u"--"_s + name + u": "_s + parser.value(name) + u" is not allowed"_s;
+            return std::nullopt;
+        }
+        return value;
+    };
+    options.suite = number(u"suite"_s, [](int n) { return n >= 1 && n <= 4; });
+    options.buttons =
+        number(u"buttons"_s, [](int n) { return n == 15 || n == 20 || n == 25 || n == 35; });
+    return parsed;
+}
+
+} // namespace quorvane

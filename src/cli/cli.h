@@ -1,0 +1,30 @@
+#pragma once
+
+#include "link/link_timing.h"
+
+#include <QCoroTask>
+#include <QStringList>
+
+class QIODevice;
+
+namespace quorvane {
+class DebugLogger;
+}
+
+namespace quorvane::cli {
+
+// Where one run of the tool reads and writes, and how fast it talks to the frame. The program
+// passes the process's streams, the shared logger and the protocol's own timings; tests pass
+// buffers, a private logger and shorter timings.
+struct CliContext {
+    QIODevice& out;
+    QIODevice& err;
+    DebugLogger& logger;
+    LinkTiming timing;
+};
+
+// Runs one command line (without the program name) on the running event loop and returns the
+// exit status. The logger's echo is taken over for the run: its lines go to `err`.
+QCoro::Task<int> runCli(QStringList arguments, CliContext context);
+
+} // namespace quorvane::cli

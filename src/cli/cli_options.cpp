@@ -1,0 +1,209 @@
+#include "cli_options.h"
+
+#include "host_address.h"
+
+#include <QCommandLineParser>
+#include <algorithm>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane::cli {
+
+namespace {
+
+constexpr double longestTimeoutSeconds = 24 * 60 * 60;
+
+CliStop usageError(const QString& message)
+{
+    return CliStop{ExitCode::usage, message, false};
+}
+
+std::optional<Command> commandFromText(const QString& text)
+{
+    if (text == u"dump")
+        return Command::dump;
+    if (text == u"diff")
+        return Command::diff;
+    if (text == u"apply")
+        return Command::apply;
+    return std::nullopt;
+}
+
+std::optional<int> wholeNumber(const QString& text)
+{
+    bool ok = false;
+    const int value = text.toInt(&ok);
+    return ok ? std::optional<int>(value) : std::nullopt;
+}
+
+// Each reader returns the reason to refuse the value, or nothing and fills `options`.
+std::optional<QString> readSuite(const QString& text, CliOptions& options)
+{
+    const std::optional<int> suite = wholeNumber(text);
+    if (!suite || *suite < 1 || *suite > 4)
+        return u"--suite \""_s + text + u"\" is not a suite: use 1, 2, 3 or 4"_s;
+    options.suite = suite;
+    return std::nullopt;
+}
+
+std::optional<QString> readButtons(const QString& text, CliOptions& options)
+{
+    const std::optional<int> count = wholeNumber(text);
+    if (!count || (*count != 15 && *count != 20 && *count != 25 && *count != 35))
+        return u"--buttons \""_s + text + u"\" is not a panel width: use 15, 20, 25 or 35"_s;
+    options.buttonCount = count;
+    return std::nullopt;
+}
+
+std::optional<QString> readBuses(const QStringList& texts, CliOptions& options)
+{
+    for (const QString& text : texts) {
+        if (text.compare(u"all"_s, Qt::CaseInsensitive) == 0) {
+            options.buses = QList<Bus>(allBuses.begin(), allBuses.end());
+            continue;
+        }
+        const std::optional<Bus> bus = busFromName(text.toUpper());
+        if (!bus) {
+            return u"--bus \""_s + text +
+                   u"\" is not a bus: use ME1, ME2, ME3, ME4, PGM, AUX or all"_s;
+        }
+        if (!options.buses.contains(*bus))
+            options.buses.append(*bus);
+    }
+    std::sort(options.buses.begin(), options.buses.end());
+    return std::nullopt;
+}
+
+std::optional<QString> readTimeout(const QString& text, CliOptions& options)
+{
+    bool ok = false;
+    const double seconds = text.toDouble(&ok);
+    if (!ok || !std::isfinite(seconds) || seconds <= 0 || seconds > longestTimeoutSeconds) {
+        return u"--timeout \""_s + text + u"\" is not a number of seconds above 0 (at most "_s +
+               QString::number(longestTimeoutSeconds) + u')';
+    }
+    options.timeout = std::max(std::chrono::milliseconds(1),
+                               std::chrono::milliseconds(std::llround(seconds * 1000)));
+    return std::nullopt;
+}
+
+std::optional<QString> readFormat(const QString& text, CliOptions& options)
+{
+    if (text.compare(u"json"_s, Qt::CaseInsensitive) == 0)
+        options.format = ShowFormat::json;
+    else if (text.compare(u"csv"_s, Qt::CaseInsensitive) == 0)
+        options.format = ShowFormat::csv;
+    else
+        return u"--format \""_s + text + u"\" is not a show file format: use json or csv"_s;
+    return std::nullopt;
+}
+
+std::optional<QString> readHost(const QString& text, CliOptions& options)
+{
+    if (text.isEmpty())
+        return u"--host is required: the frame's IPv4 address, like 192.168.1.20"_s;
+    if (!isDottedIPv4(text)) {
+        return u"--host \""_s + text +
+               u"\" is not an IPv4 address: write four numbers 0-255 joined by dots, like "
+               u"192.168.1.20"_s;
+    }
+    options.host = text;
+    return std::nullopt;
+}
+
+// The positional arguments and the options that belong to one command only.
+std::optional<QString> readCommandArguments(const QStringList& positional, bool dryRun,
+                                            bool listedOnly, bool hasOutput, CliOptions& options)
+{
+    if (positional.isEmpty())
+        return u"no command given: use dump, diff or apply (see --help)"_s;
+    const std::optional<Command> command = commandFromText(positional.first());
+    if (!command) {
+        return u"unknown command \""_s + positional.first() +
+               u"\": use dump, diff or apply (see --help)"_s;
+    }
+    options.command = *command;
+    const QString name = positional.first();
+    if (*command == Command::dump) {
+        if (positional.size() > 1)
+            return u"dump takes no file; write the show file with -o FILE"_s;
+        if (dryRun || listedOnly)
+            return (dryRun ? u"--dry-run"_s : u"--listed-only"_s) + u" does not apply to dump"_s;
+        return std::nullopt;
+    }
+    if (positional.size() < 2)
+        return name + u" needs a show file: quorvane-cli "_s + name + u" FILE --host ADDRESS"_s;
+    if (positional.size() > 2)
+        return name + u" takes one show file, got "_s + QString::number(positional.size() - 1);
+    if (hasOutput)
+        return u"-o/--output belongs to dump; "_s + name +
+               u" writes its result to standard output"_s;
+    if (dryRun && *command != Command::apply)
+        return u"--dry-run belongs to apply; diff never writes"_s;
+    options.file = positional[1];
+    options.dryRun = dryRun;
+    options.listedOnly = listedOnly;
+    return std::nullopt;
+}
+
+} // namespace
+
+std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    // The help text is written by hand (helpText()); the parser only reads the words.
+    const QCommandLineOption help({u"h"_s, u"help"_s}, QString());
+    const QCommandLineOption host(u"host"_s, QString(), u"ADDRESS"_s);
+    const QCommandLineOption suite(u"suite"_s, QString(), u"N"_s);
+    const QCommandLineOption buttons(u"buttons"_s, QString(), u"N"_s);
+    const QCommandLineOption bus(u"bus"_s, QString(), u"NAME"_s);
+    const QCommandLineOption timeout(u"timeout"_s, QString(), u"SECONDS"_s);
+    const QCommandLineOption format(u"format"_s, QString(), u"FORMAT"_s);
+    const QCommandLineOption output({u"o"_s, u"output"_s}, QString(), u"FILE"_s);
+    const QCommandLineOption dryRun(u"dry-run"_s, QString());
+    const QCommandLineOption listedOnly(u"listed-only"_s, QString());
+    const QCommandLineOption quiet({u"q"_s, u"quiet"_s}, QString());
+    const QCommandLineOption verbose({u"v"_s, u"verbose"_s}, QString());
+    parser.addOptions({help, host, suite, buttons, bus, timeout, format, output, dryRun, listedOnly,
+                       quiet, verbose});
+
+    if (!parser.parse(QStringList{u"quorvane-cli"_s} + arguments))
+        return usageError(parser.errorText() + u" (see --help)"_s);
+    if (parser.isSet(help))
+        return CliStop{ExitCode::ok, helpText(), true};
+
+    CliOptions options;
+    std::optional<QString> problem =
+        readCommandArguments(parser.positionalArguments(), parser.isSet(dryRun),
+                             parser.isSet(listedOnly), parser.isSet(output), options);
+    // Options given twice keep their last value, as most tools do; --bus adds up.
+    if (!problem)
+        problem = readHost(parser.isSet(host) ? parser.values(host).last() : QString(), options);
+    if (!problem && parser.isSet(suite))
+        problem = readSuite(parser.values(suite).last(), options);
+    if (!problem && parser.isSet(buttons))
+        problem = readButtons(parser.values(buttons).last(), options);
+    if (!problem && parser.isSet(bus))
+        problem = readBuses(parser.values(bus), options);
+    if (!problem && parser.isSet(timeout))
+        problem = readTimeout(parser.values(timeout).last(), options);
+    if (!problem && parser.isSet(format))
+        problem = readFormat(parser.values(format).last(), options);
+    if (!problem && parser.isSet(quiet) && parser.isSet(verbose))
+        problem = u"--quiet and --verbose contradict each other"_s;
+    if (problem)
+        return usageError(*problem);
+
+    if (parser.isSet(output))
+        options.output = parser.values(output).last();
+    if (options.command == Command::dump && options.output.isEmpty() && parser.isSet(output))
+        return usageError(u"-o/--output needs a file name"_s);
+    if (parser.isSet(quiet))
+        options.logDetail = LogDetail::none;
+    else if (parser.isSet(verbose))
+        options.logDetail = LogDetail::hex;
+    return options;
+}
+
+} // namespace quorvane::cli

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "exit_code.h"
+#include "model/bus.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <chrono>
+#include <optional>
+#include <variant>
+
+namespace quorvane::cli {
+
+enum class Command { dump, diff, apply };
+
+enum class ShowFormat { json, csv };
+
+enum class LogDetail {
+    none,   // --quiet
+    normal, // every line but the hex dumps of datagrams
+    hex,    // --verbose
+};
+
+// The command line once it has been checked. Values the user left out are empty: their defaults
+// depend on the show file, which is only read later.
+struct CliOptions {
+    Command command = Command::dump;
+    QString host;
+    std::optional<int> suite;
+    std::optional<int> buttonCount;
+    QList<Bus> buses; // as named with --bus, in display order; empty when not given
+    std::chrono::milliseconds timeout{30'000};
+    std::optional<ShowFormat> format;
+    QString file;   // diff and apply: the show file to compare with
+    QString output; // dump: where to write; empty for standard output
+    bool dryRun = false;
+    bool listedOnly = false;
+    LogDetail logDetail = LogDetail::normal;
+};
+
+// The command line could not be used, or asked for help: what to print, where, and how to end.
+struct CliStop {
+    ExitCode code = ExitCode::usage;
+    QString text;          // without a final line break
+    bool toOutput = false; // help goes to standard output, errors to standard error
+};
+
+// `arguments` without the program name.
+std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments);
+
+// The full --help text.
+QString helpText();
+
+} // namespace quorvane::cli

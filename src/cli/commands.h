@@ -1,0 +1,27 @@
+#pragma once
+
+// The three commands, each from checked options to an exit code. Not for use outside the tool.
+
+#include "cli_options.h"
+#include "console.h"
+#include "link/link_timing.h"
+
+#include <QCoroTask>
+
+namespace quorvane {
+class DebugLogger;
+}
+
+namespace quorvane::cli {
+
+struct CommandContext {
+    Console& console;
+    DebugLogger& logger;
+    LinkTiming timing;
+};
+
+QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context);
+QCoro::Task<ExitCode> runDiff(CliOptions options, CommandContext context);
+QCoro::Task<ExitCode> runApply(CliOptions options, CommandContext context);
+
+} // namespace quorvane::cli

@@ -1,0 +1,33 @@
+// diff: the buttons whose source differs between the frame and a show file.
+#include "frame_comparison.h"
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane::cli {
+
+QCoro::Task<ExitCode> runDiff(CliOptions options, CommandContext context)
+{
+    std::variant<FrameComparison, ExitCode> compared =
+        co_await compareFileWithFrame(options, context);
+    if (const ExitCode* failed = std::get_if<ExitCode>(&compared))
+        co_return *failed;
+    FrameComparison& comparison = std::get<FrameComparison>(compared);
+
+    const SourceNamer names = comparison.frameNames();
+    for (const ShowDifference& difference : comparison.differences)
+        context.console.result(differenceLine(difference, names));
+    comparison.session->close();
+
+    const qsizetype count = comparison.differences.size();
+    const QString buses = busList(comparison.plan.buses);
+    if (count == 0) {
+        context.console.result(u"no differences on "_s + buses);
+        co_return ExitCode::ok;
+    }
+    context.console.result(QString::number(count) +
+                           (count == 1 ? u" button differs on "_s : u" buttons differ on "_s) +
+                           buses);
+    co_return ExitCode::differ;
+}
+
+} // namespace quorvane::cli

@@ -1,0 +1,18 @@
+#pragma once
+
+namespace quorvane::cli {
+
+// What the tool tells a script through its exit status. The values are documented in --help
+// and the README and must not change.
+enum class ExitCode {
+    ok = 0,               // done; diff: the frame agrees; apply: every write confirmed
+    differ = 1,           // diff: buttons differ; apply: a write stayed unconfirmed
+    usage = 2,            // bad command line, or a show file that cannot be used
+    connectionFailed = 3, // the frame could not be reached, or the link was lost
+};
+
+constexpr int exitStatus(ExitCode code) {
+    return static_cast<int>(code);
+}
+
+} // namespace quorvane::cli

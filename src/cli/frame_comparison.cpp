@@ -1,0 +1,60 @@
+#include "frame_comparison.h"
+
+#include "diagnostics/debug_logger.h"
+#include "show_io.h"
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane::cli {
+
+namespace {
+constexpr int defaultButtonCount = 35;
+} // namespace
+
+QCoro::Task<std::variant<FrameComparison, ExitCode>> compareFileWithFrame(const CliOptions& options,
+                                                                          CommandContext& context)
+{
+    // All of the file is checked before the frame hears a word: a file refused half-way must
+    // not have been half applied.
+    const ShowFormat format = showFormatFor(options.file, options.format);
+    ShowFileRead read =
+        readShowFile(options.file, format, options.buttonCount.value_or(defaultButtonCount));
+    if (!read.file) {
+        for (const ShowFileProblem& problem : read.problems)
+            context.logger.error(options.file + u": "_s + problem.text());
+        context.console.error(read.problem);
+        co_return ExitCode::usage;
+    }
+    std::variant<ComparisonPlan, QString> planned =
+        planComparison(options, std::move(*read.file), format);
+    if (const QString* problem = std::get_if<QString>(&planned)) {
+        context.console.error(*problem);
+        co_return ExitCode::usage;
+    }
+
+    FrameComparison comparison;
+    comparison.plan = std::move(std::get<ComparisonPlan>(planned));
+    const ComparisonPlan& plan = comparison.plan;
+    context.logger.info(u"Comparing "_s + options.file + u" with the frame on "_s +
+                        busList(plan.buses) + u" ("_s + QString::number(plan.target.buttonCount) +
+                        u"-button panel, suite "_s + QString::number(plan.target.suite) +
+                        (plan.listedOnly ? u", listed buttons only)"_s : u")"_s));
+    if (plan.ignoredButtons > 0) {
+        context.logger.info(u"Leaving out "_s + QString::number(plan.ignoredButtons) +
+                            u" buttons of "_s + options.file + u" on buses not compared"_s);
+    }
+
+    comparison.session = std::make_unique<FrameSession>(context.logger, context.timing);
+    FrameSession& session = *comparison.session;
+    if (std::optional<QString> failed =
+            co_await session.open(plan.target, plan.buses, options.timeout)) {
+        context.console.error(*failed);
+        co_return ExitCode::connectionFailed;
+    }
+    const QList<ShowButton> frameButtons =
+        showButtons(session.connection().mappings(), plan.target.buttonCount, {});
+    comparison.differences = compareWithFrame(frameButtons, plan);
+    co_return comparison;
+}
+
+} // namespace quorvane::cli

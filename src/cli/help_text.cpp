@@ -1,0 +1,73 @@
+#include "cli_options.h"
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane::cli {
+
+QString helpText()
+{
+    return uR"(Usage: quorvane-cli <command> [options] [FILE]
+
+Reads and writes which source each source-select button of one control-panel suite of a
+K-Frame is mapped to, as show files: a backup of a panel, a comparison with one, a restore.
+
+Commands:
+  dump         Connect, read the buttons of the chosen buses and write them as a show file
+               (to standard output, or to -o FILE).
+  diff FILE    Print every button whose source differs between the frame and FILE.
+  apply FILE   Write every button of FILE that differs from the frame, then wait until the
+               frame itself reports each new source back.
+
+Options (every command):
+  --host ADDRESS     The frame's IPv4 address, like 192.168.1.20. Required.
+  --suite N          Control-panel suite, 1 to 4. Default: the suite recorded in a JSON
+                     show file, else 1.
+  --buttons N        Buttons per row of the panel: 15, 20, 25 or 35. Default: the count
+                     recorded in a JSON show file, else 35. A JSON file read at another count
+                     is refused: its button numbers mean other buttons.
+  --bus NAME         ME1, ME2, ME3, ME4, PGM or AUX (any case), or "all". May be repeated.
+                     dump: default all. diff, apply: default the buses FILE lists buttons on.
+  --timeout SECONDS  How long to wait for the frame at each step: connecting (handshake,
+                     heartbeat check, loading the first bus), loading each further bus, and
+                     the confirmation of the writes of apply. Default 30.
+  --format json|csv  Show file format. Default: csv for a name ending in .csv, else json.
+  -q, --quiet        No log on standard error; errors are still reported.
+  -v, --verbose      The log with every datagram in hexadecimal.
+  -h, --help         This text.
+
+Options of one command:
+  -o, --output FILE  dump: write the show file to FILE instead of standard output.
+  --dry-run          apply: print what would be written and write nothing.
+  --listed-only      diff, apply: compare only the buttons FILE lists.
+
+Which buttons are compared:
+  diff and apply compare, on each compared bus, every button of the panel. A button that FILE
+  does not list counts as unassigned (source 0): a dump lists every assigned button and no
+  other, so applying a dump restores the panel exactly and clears buttons assigned since.
+  A bus on which FILE lists no button is compared only when named with --bus; then every
+  assigned button on it differs. With --listed-only only the listed buttons are compared and
+  all others are left as they are.
+
+Output:
+  Standard output carries only the result: the show file (dump), one line per differing
+  button (diff), one line per written button and a count (apply). The log goes to standard
+  error. Nothing is written before FILE has been read and found valid, and an invalid FILE is
+  never sent anywhere.
+
+Exit codes:
+  0  Success. diff: the frame agrees with FILE. apply: every write was confirmed by the frame,
+     or nothing needed writing.
+  1  diff: some buttons differ. apply: some writes were not confirmed within --timeout.
+     apply --dry-run: something would be written.
+  2  Usage error, or FILE cannot be read, is not a valid show file or does not fit the panel,
+     or the dump cannot be written.
+  3  The connection failed: the frame did not answer the handshake, heartbeat verification
+     failed, the local ports are in use, no answer within --timeout, or the link was lost.
+
+Example, a backup now and a restore later:
+  quorvane-cli dump --host 192.168.1.20 --suite 2 -o studio-a.json
+  quorvane-cli diff studio-a.json --host 192.168.1.20
+  quorvane-cli apply studio-a.json --host 192.168.1.20)"_s;
+}
+
+} // namespace quorvane::cli

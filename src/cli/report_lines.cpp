@@ -1,0 +1,62 @@
+#include "report_lines.h"
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane::cli {
+
+namespace {
+QString nameFor(const ShowButton& button, const SourceNamer& frameName)
+{
+    if (!button.name.isEmpty())
+        return button.name;
+    return frameName ? frameName(button.source) : QString();
+}
+} // namespace
+
+QString buttonText(const ShowButton& button)
+{
+    return busName(button.bus) + u" shift "_s + QString::number(button.shift) + u" button "_s +
+           QString::number(button.button);
+}
+
+QString sourceText(qint64 source, const QString& name)
+{
+    if (source == 0)
+        return u"0 (unassigned)"_s;
+    QString text = QString::number(source);
+    if (!name.isEmpty())
+        text += u" ("_s + name + u')';
+    return text;
+}
+
+QString differenceLine(const ShowDifference& difference, const SourceNamer& frameName)
+{
+    const qint64 current = difference.current ? difference.current->source : 0;
+    const QString currentName = frameName ? frameName(current) : QString();
+    return buttonText(difference.wanted) + u": frame "_s + sourceText(current, currentName) +
+           u", file "_s +
+           sourceText(difference.wanted.source, nameFor(difference.wanted, frameName));
+}
+
+QString writeLine(const TrackedWrite& write, const SourceNamer& frameName)
+{
+    QString line = (write.confirmed ? u"confirmed "_s : u"unconfirmed "_s) +
+                   buttonText(write.wanted) + u": "_s +
+                   sourceText(write.wanted.source, nameFor(write.wanted, frameName));
+    if (write.confirmed)
+        return line;
+    if (!write.frameSource)
+        return line + u", the frame did not answer"_s;
+    const QString reported = frameName ? frameName(*write.frameSource) : QString();
+    return line + u", the frame reports "_s + sourceText(*write.frameSource, reported);
+}
+
+QString busList(const QList<Bus>& buses)
+{
+    QStringList names;
+    for (Bus bus : buses)
+        names.append(busName(bus));
+    return names.join(u", "_s);
+}
+
+} // namespace quorvane::cli

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "model/bus.h"
+#include "model/show_file.h"
+#include "write_confirmations.h"
+
+#include <QList>
+#include <QString>
+#include <functional>
+
+namespace quorvane::cli {
+
+// The name the frame gives a source, empty when it has none.
+using SourceNamer = std::function<QString(qint64 source)>;
+
+// "PGM shift 2 button 3"
+QString buttonText(const ShowButton& button);
+
+// "1042 (VT 1)", "12", or "0 (unassigned)".
+QString sourceText(qint64 source, const QString& name);
+
+// "PGM shift 2 button 3: frame 7 (CAM 7), file 1042 (VT 1)". The file's name is the one the
+// file gives; when it gives none, the frame's name for that source.
+QString differenceLine(const ShowDifference& difference, const SourceNamer& frameName);
+
+// "confirmed PGM shift 2 button 3: 1042 (VT 1)", or "unconfirmed …" with what the frame said.
+QString writeLine(const TrackedWrite& write, const SourceNamer& frameName);
+
+// "ME1, PGM"
+QString busList(const QList<Bus>& buses);
+
+} // namespace quorvane::cli

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "link/connection_state.h"
+
+#include <QString>
+
+namespace quorvane {
+
+// "Connect" while disconnected, "Cancel" while a connection is being set up, "Disconnect" once
+// connected.
+QString connectButtonLabel(ConnectionState state);
+
+// What the connect button does in a state.
+enum class ConnectAction { connect, cancel, disconnect };
+ConnectAction connectButtonAction(bool isConnected, ConnectionState state);
+
+// How a debug log line is coloured: by the first marker found, errors first.
+enum class LogLineKind { error, warning, hex, normal };
+LogLineKind logLineKind(const QString& line);
+
+
+} // namespace quorvane

@@ -1,0 +1,94 @@
+#include "show_file_transfer.h"
+
+#include "editing_model.h"
+#include "link/gv_connection.h"
+
+#include <QSet>
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane {
+
+namespace {
+QString modeKey(Bus bus, int buttonCount)
+{
+    return busName(bus) + u'-' + QString::number(buttonCount);
+}
+
+QList<ShowButton> loadedButtons(const GVConnection& connection)
+{
+    const int count = connection.buttonCount();
+    QList<ShowButton> buttons = showButtons(connection.mappings(), count, [&](int source) {
+        return connection.displayName(source).value_or(QString());
+    });
+    buttons.removeIf([&](const ShowButton& button) {
+        return !connection.subscribedModes().contains(modeKey(button.bus, count));
+    });
+    return buttons;
+}
+} // namespace
+
+ShowFile exportShowFile(const GVConnection& connection)
+{
+    ShowFile file;
+    file.frameName = connection.frameName();
+    file.frameVersion = connection.frameVersion();
+    file.frameAddress = connection.targetHost();
+    file.suite = connection.selectedSuite();
+    file.buttonCount = connection.buttonCount();
+    file.buttons = loadedButtons(connection);
+    return file;
+}
+
+ImportPlan planImport(const ShowFile& file, const GVConnection& connection)
+{
+    ImportPlan plan;
+    if (!connection.isConnected()) {
+        plan.refusal = u"Connect to the frame first: the file is compared with what it holds."_s;
+        return plan;
+    }
+    const int count = connection.buttonCount();
+    if (file.buttonCount != count) {
+        plan.refusal = u"The file is for "_s + QString::number(file.buttonCount) +
+                       u"-button rows; switch the panel to "_s +
+                       QString::number(file.buttonCount) + u" buttons first."_s;
+        return plan;
+    }
+    QList<ShowButton> wanted;
+    QSet<QString> skipped;
+    for (const ShowButton& button : file.buttons) {
+        if (connection.subscribedModes().contains(modeKey(button.bus, count)))
+            wanted.append(button);
+        else
+            skipped.insert(busName(button.bus));
+    }
+    QList<ShowButton> current = loadedButtons(connection);
+    // Only the buses the file speaks of are compared.
+    QSet<QString> fileBuses;
+    for (const ShowButton& button : wanted)
+        fileBuses.insert(busName(button.bus));
+    current.removeIf(
+        [&](const ShowButton& button) { return !fileBuses.contains(busName(button.bus)); });
+    plan.writes = differences(current, wanted);
+    plan.skippedBuses = QStringList(skipped.cbegin(), skipped.cend());
+    plan.skippedBuses.sort();
+    return plan;
+}
+
+int applyImport(const ImportPlan& plan, EditingModel& model)
+{
+    if (plan.writes.isEmpty())
+        return 0;
+    QList<ButtonLocation> targets;
+    for (const ShowDifference& difference : plan.writes)
+        targets.append({difference.wanted.bus, difference.wanted.shift, difference.wanted.button});
+    model.recordUndo(targets);
+    for (const ShowDifference& difference : plan.writes) {
+        const ShowButton& button = difference.wanted;
+        model.connection().writeMapping(button.bus, button.shift, button.button,
+                                        static_cast<int>(button.source));
+    }
+    return int(plan.writes.size());
+}
+
+} // namespace quorvane

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "model/show_file.h"
+
+#include <QStringList>
+
+namespace quorvane {
+
+class EditingModel;
+class GVConnection;
+
+// The show file of what the connection has loaded at its button count: every loaded bus.
+ShowFile exportShowFile(const GVConnection& connection);
+
+// What importing a show file would do: the buttons whose source differs on loaded buses.
+struct ImportPlan {
+    QList<ShowDifference> writes;
+    QStringList skippedBuses; // in the file but not loaded: nothing is known of them yet
+    QString refusal;          // why nothing can be imported, or empty
+};
+ImportPlan planImport(const ShowFile& file, const GVConnection& connection);
+
+// Writes the plan as one undoable batch; returns the number of buttons written.
+int applyImport(const ImportPlan& plan, EditingModel& model);
+
+} // namespace quorvane

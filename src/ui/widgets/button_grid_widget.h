@@ -1,0 +1,65 @@
+#pragma once
+
+#include "selected_button_key.h"
+
+#include <QPoint>
+#include <QWidget>
+
+#include <optional>
+
+namespace quorvane {
+
+class EditingModel;
+struct ButtonCellState;
+
+// The grid of one bus: a header of button numbers, then one row per shift level. It paints what
+// the editing model reports for each cell and forwards clicks, drags and drops to it.
+class ButtonGridWidget : public QWidget {
+    Q_OBJECT
+
+public:
+    static constexpr int cellWidth = 52;
+    static constexpr int cellHeight = 44;
+    static constexpr int pitchX = 55;
+    static constexpr int pitchY = 47;
+    static constexpr int labelWidth = 55;
+    static constexpr int headerHeight = 20;
+
+    explicit ButtonGridWidget(EditingModel& model, QWidget* parent = nullptr);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+    // The cell under a point of the widget, if any.
+    std::optional<SelectedButtonKey> cellAt(QPoint point) const;
+    QRect cellRect(int shift, int button) const;
+
+    // Paints one cell as the drag preview and the grid show it.
+    static void paintCell(QPainter& painter, const QRect& rect, const ButtonCellState& cell);
+
+Q_SIGNALS:
+    // Emitted after each repaint, for the bus-switch benchmark and tests.
+    void painted();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    void clickAt(QMouseEvent* event);
+    void startDrag(const SelectedButtonKey& cell, QPoint windowPoint);
+    void leaveDropTarget();
+
+    EditingModel& m_model;
+    std::optional<SelectedButtonKey> m_pressedCell;
+    QPoint m_pressPoint;
+    std::optional<SelectedButtonKey> m_dropTarget;
+};
+
+} // namespace quorvane

@@ -1,0 +1,171 @@
+#include "connection_panel.h"
+
+#include "connection_panel_rules.h"
+#include "editing_model.h"
+#include "link/gv_connection.h"
+#include "no_paste_line_edit.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane {
+
+namespace {
+constexpr int progressSteps = 100;
+const QList<int> buttonCounts{15, 20, 25, 35};
+} // namespace
+
+ConnectionPanel::ConnectionPanel(EditingModel& model, QWidget* parent)
+    : QWidget(parent)
+    , m_model(model)
+    , m_connection(model.connection())
+    , m_address(new NoPasteLineEdit(this))
+    , m_suite(new QComboBox(this))
+    , m_buttonCount(new QComboBox(this))
+    , m_connect(new QPushButton(this))
+    , m_debugLog(new QCheckBox(u"Debug Log"_s, this))
+    , m_state(new QLabel(this))
+    , m_progress(new QProgressBar(this))
+    , m_status(new QLabel(this))
+    , m_frame(new QLabel(this))
+    , m_heartbeat(new QLabel(u"●"_s, this))
+    , m_allBuses(new QLabel(u"All buses loaded"_s, this))
+    , m_frameNote(new QLabel(this))
+{
+    m_address->setPlaceholderText(u"IP Address"_s);
+    m_address->setMinimumWidth(140);
+    for (int suite = 1; suite <= 4; ++suite)
+        m_suite->addItem(QString::number(suite), suite);
+    for (int count : buttonCounts)
+        m_buttonCount->addItem(QString::number(count) + u" buttons"_s, count);
+    m_connect->setDefault(true);
+    m_connect->setMinimumWidth(100);
+    m_progress->setRange(0, progressSteps);
+    m_progress->setTextVisible(false);
+    m_progress->setMaximumWidth(160);
+    m_heartbeat->setToolTip(u"Heartbeat: lights up with every answer of the frame"_s);
+    m_frameNote->setStyleSheet(u"color: #f5c542;"_s);
+    m_frameNote->hide();
+
+    auto* controls = new QHBoxLayout;
+    controls->addWidget(new QLabel(u"GV Frame IP:"_s, this));
+    controls->addWidget(m_address);
+    controls->addWidget(new QLabel(u"Suite:"_s, this));
+    controls->addWidget(m_suite);
+    controls->addWidget(m_buttonCount);
+    controls->addWidget(m_connect);
+    controls->addStretch();
+    controls->addWidget(m_debugLog);
+
+    auto* status = new QHBoxLayout;
+    status->addWidget(m_heartbeat);
+    status->addWidget(m_state);
+    status->addWidget(m_progress);
+    status->addWidget(m_status, 1);
+    status->addWidget(m_frame);
+    status->addWidget(m_allBuses);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addLayout(controls);
+    layout->addLayout(status);
+    layout->addWidget(m_frameNote);
+
+    QObject::connect(m_connect, &QPushButton::clicked, this, &ConnectionPanel::pressConnectButton);
+    QObject::connect(m_address, &QLineEdit::textEdited, &m_model, &EditingModel::setIpAddress);
+    QObject::connect(m_suite, &QComboBox::activated, this,
+                     [this] { m_model.setSelectedSuite(m_suite->currentData().toInt()); });
+    QObject::connect(m_buttonCount, &QComboBox::activated, this, [this] {
+        m_model.setSelectedButtonCount(m_buttonCount->currentData().toInt());
+    });
+    QObject::connect(m_debugLog, &QCheckBox::toggled, &m_model, &EditingModel::setShowDebugLog);
+    for (auto changed : {&EditingModel::ipAddressChanged, &EditingModel::selectedSuiteChanged,
+                         &EditingModel::selectedButtonCountChanged,
+                         &EditingModel::showDebugLogChanged}) {
+        QObject::connect(&m_model, changed, this, &ConnectionPanel::showChoices);
+    }
+
+    for (auto changed : {&GVConnection::connectionStateChanged, &GVConnection::isConnectedChanged,
+                         &GVConnection::connectionProgressChanged,
+                         &GVConnection::statusMessageChanged, &GVConnection::frameNameChanged,
+                         &GVConnection::frameVersionChanged,
+                         &GVConnection::hasLoadedAllBusesChanged}) {
+        QObject::connect(&m_connection, changed, this, &ConnectionPanel::showConnectionState);
+    }
+    QObject::connect(&m_connection, &GVConnection::heartbeatPulseChanged, this,
+                     &ConnectionPanel::showHeartbeat);
+    showChoices();
+    showConnectionState();
+    showHeartbeat();
+}
+
+void ConnectionPanel::showChoices()
+{
+    if (m_address->text() != m_model.ipAddress())
+        m_address->setText(m_model.ipAddress());
+    m_suite->setCurrentIndex(m_suite->findData(m_model.selectedSuite()));
+    m_buttonCount->setCurrentIndex(m_buttonCount->findData(m_model.selectedButtonCount()));
+    const QSignalBlocker quiet(m_debugLog);
+    m_debugLog->setChecked(m_model.showDebugLog());
+}
+
+void ConnectionPanel::setFrameNote(const QString& note)
+{
+    m_frameNote->setText(note);
+    m_frameNote->setVisible(!note.isEmpty());
+}
+
+void ConnectionPanel::pressConnectButton()
+{
+    switch (connectButtonAction(m_connection.isConnected(), m_connection.connectionState())) {
+    case ConnectAction::disconnect:
+        m_connection.disconnect();
+        break;
+    case ConnectAction::connect:
+        m_connection.connect(m_model.ipAddress(), m_model.selectedSuite(),
+                             m_model.selectedButtonCount());
+        break;
+    case ConnectAction::cancel:
+        m_connection.cancelConnect();
+        break;
+    }
+}
+
+void ConnectionPanel::showConnectionState()
+{
+    const ConnectionState state = m_connection.connectionState();
+    m_connect->setText(connectButtonLabel(state));
+    m_state->setText(connectionStateText(state));
+    const bool settingUp = state != ConnectionState::idle && state != ConnectionState::connected;
+    m_progress->setVisible(settingUp);
+    m_progress->setValue(int(m_connection.connectionProgress() * progressSteps));
+    m_status->setText(m_connection.statusMessage());
+    const QString frame =
+        QString(m_connection.frameName() + u' ' + m_connection.frameVersion()).trimmed();
+    m_frame->setText(frame);
+    m_frame->setVisible(!frame.isEmpty());
+    m_allBuses->setVisible(m_connection.hasLoadedAllBuses());
+    // The panel's choices apply to the next connect; while one runs they stay as they are.
+    const bool idle = state == ConnectionState::idle;
+    m_address->setEnabled(idle);
+    m_suite->setEnabled(idle);
+    showHeartbeat();
+}
+
+void ConnectionPanel::showHeartbeat()
+{
+    const bool lit = m_connection.heartbeatPulse();
+    const bool connected = m_connection.isConnected();
+    m_heartbeat->setStyleSheet(lit ? u"color: #34c759;"_s
+                                   : connected ? u"color: #1f6f35;"_s : u"color: #555555;"_s);
+}
+
+} // namespace quorvane

@@ -1,0 +1,131 @@
+#include "content_view.h"
+
+#include "button_grid_widget.h"
+#include "connection_panel.h"
+#include "debug_log_panel.h"
+#include "editing_model.h"
+#include "link/gv_connection.h"
+#include "sandbox_strip.h"
+#include "shortcut_filter.h"
+#include "source_picker_dialog.h"
+
+#include <QApplication>
+#include <QHBoxLayout>
+#include <QScrollArea>
+#include <QSplitter>
+#include <QStyle>
+#include <QTabBar>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane {
+
+ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* parent)
+    : QWidget(parent)
+    , m_logger(logger)
+    , m_connection(std::make_unique<GVConnection>(preferences, logger))
+    , m_model(std::make_unique<EditingModel>(*m_connection))
+{
+    // The last frame that answered is the one the operator most likely wants again.
+    if (!m_connection->savedHost().isEmpty())
+        m_model->setIpAddress(m_connection->savedHost());
+
+    m_panel = new ConnectionPanel(*m_model, this);
+    m_busTabs = new QTabBar(this);
+    for (Bus bus : allBuses)
+        m_busTabs->addTab(busName(bus));
+    m_busTabs->setExpanding(false);
+    m_undo = new QToolButton(this);
+    m_undo->setIcon(QIcon::fromTheme(u"edit-undo"_s,
+                                     style()->standardIcon(QStyle::SP_ArrowBack)));
+    m_undo->setText(u"Undo"_s);
+    m_undo->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    m_undo->setToolTip(u"Undo the last change (⌘Z)"_s);
+
+    m_grid = new ButtonGridWidget(*m_model, this);
+    auto* gridScroll = new QScrollArea(this);
+    gridScroll->setWidget(m_grid);
+    gridScroll->setFrameShape(QFrame::NoFrame);
+    gridScroll->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+
+    m_sandbox = new SandboxStrip(*m_model, this);
+    auto* sandboxScroll = new QScrollArea(this);
+    sandboxScroll->setWidget(m_sandbox);
+    sandboxScroll->setWidgetResizable(true);
+    sandboxScroll->setFrameShape(QFrame::NoFrame);
+    sandboxScroll->setFixedHeight(SandboxStrip::slotHeight + 18);
+    m_clipboardArea = new ClipboardDropArea(*m_model, this);
+    m_clipboardArea->setFixedSize(120, SandboxStrip::slotHeight);
+    m_debugLog = new DebugLogPanel(logger, this);
+    m_picker = new SourcePickerDialog(*m_model, this);
+
+    auto* busRow = new QHBoxLayout;
+    busRow->addWidget(m_busTabs);
+    busRow->addStretch();
+    busRow->addWidget(m_undo);
+    auto* sandboxRow = new QHBoxLayout;
+    sandboxRow->addWidget(sandboxScroll, 1);
+    sandboxRow->addWidget(m_clipboardArea);
+
+    auto* editing = new QWidget(this);
+    auto* editingLayout = new QVBoxLayout(editing);
+    editingLayout->setContentsMargins(0, 0, 0, 0);
+    editingLayout->addLayout(busRow);
+    editingLayout->addWidget(gridScroll, 1);
+    editingLayout->addLayout(sandboxRow);
+    auto* split = new QSplitter(Qt::Vertical, this);
+    split->addWidget(editing);
+    split->addWidget(m_debugLog);
+    split->setStretchFactor(0, 3);
+    split->setStretchFactor(1, 1);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_panel);
+    layout->addWidget(split, 1);
+
+    QObject::connect(m_busTabs, &QTabBar::tabBarClicked, this, [this](int index) {
+        if (index >= 0)
+            m_model->selectBus(allBuses[std::size_t(index)]);
+    });
+    QObject::connect(m_model.get(), &EditingModel::selectedBusChanged, this,
+                     &ContentView::showBus);
+    QObject::connect(m_undo, &QToolButton::clicked, m_model.get(), &EditingModel::undo);
+    auto showUndo = [this] { m_undo->setEnabled(m_model->canUndo()); };
+    QObject::connect(m_model.get(), &EditingModel::undoHistoryChanged, this, showUndo);
+    auto showLog = [this] { m_debugLog->setVisible(m_model->showDebugLog()); };
+    QObject::connect(m_model.get(), &EditingModel::showDebugLogChanged, this, showLog);
+    showBus();
+    showUndo();
+    showLog();
+}
+
+ContentView::~ContentView() = default;
+
+void ContentView::showBus()
+{
+    const auto index = std::find(allBuses.begin(), allBuses.end(), m_model->selectedBus());
+    m_busTabs->setCurrentIndex(int(index - allBuses.begin()));
+}
+
+void ContentView::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    if (!m_shortcuts) {
+        m_shortcuts = new ShortcutFilter(*m_model, *this);
+        qApp->installEventFilter(m_shortcuts);
+    }
+}
+
+void ContentView::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    if (m_shortcuts) {
+        qApp->removeEventFilter(m_shortcuts);
+        delete m_shortcuts;
+        m_shortcuts = nullptr;
+    }
+}
+
+} // namespace quorvane

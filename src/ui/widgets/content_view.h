@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QWidget>
+
+#include <memory>
+
+class QSettings;
+class QTabBar;
+class QToolButton;
+
+namespace quorvane {
+
+class ButtonGridWidget;
+class ClipboardDropArea;
+class ConnectionPanel;
+class DebugLogPanel;
+class DebugLogger;
+class EditingModel;
+class GVConnection;
+class SandboxStrip;
+class ShortcutFilter;
+class SourcePickerDialog;
+
+// The main view: the connection panel, the bus tabs and Undo, the grid, the sandbox and the
+// clipboard drop area, and the debug log. It owns the one connection and the editing model.
+class ContentView : public QWidget {
+    Q_OBJECT
+
+public:
+    ContentView(QSettings& preferences, DebugLogger& logger, QWidget* parent = nullptr);
+    ~ContentView() override;
+
+    GVConnection& connection() const { return *m_connection; }
+    EditingModel& model() const { return *m_model; }
+    DebugLogger& logger() const { return m_logger; }
+
+    ConnectionPanel* connectionPanel() const { return m_panel; }
+    QTabBar* busTabs() const { return m_busTabs; }
+    QToolButton* undoButton() const { return m_undo; }
+    ButtonGridWidget* grid() const { return m_grid; }
+    SandboxStrip* sandbox() const { return m_sandbox; }
+    ClipboardDropArea* clipboardArea() const { return m_clipboardArea; }
+    DebugLogPanel* debugLog() const { return m_debugLog; }
+    SourcePickerDialog* picker() const { return m_picker; }
+    // The key filter, present while the view is shown.
+    bool hasShortcutFilter() const { return m_shortcuts != nullptr; }
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+
+private:
+    void showBus();
+
+    DebugLogger& m_logger;
+    std::unique_ptr<GVConnection> m_connection;
+    std::unique_ptr<EditingModel> m_model;
+    ConnectionPanel* m_panel;
+    QTabBar* m_busTabs;
+    QToolButton* m_undo;
+    ButtonGridWidget* m_grid;
+    SandboxStrip* m_sandbox;
+    ClipboardDropArea* m_clipboardArea;
+    DebugLogPanel* m_debugLog;
+    SourcePickerDialog* m_picker;
+    ShortcutFilter* m_shortcuts = nullptr;
+};
+
+} // namespace quorvane

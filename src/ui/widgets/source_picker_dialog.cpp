@@ -1,0 +1,91 @@
+#include "source_picker_dialog.h"
+
+#include "editing_model.h"
+#include "link/gv_connection.h"
+
+#include <QDialogButtonBox>
+#include <QFontDatabase>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace quorvane {
+
+SourcePickerDialog::SourcePickerDialog(EditingModel& model, QWidget* parent)
+    : QDialog(parent)
+    , m_model(model)
+    , m_search(new QLineEdit(this))
+    , m_list(new QListWidget(this))
+{
+    setWindowTitle(u"Choose a Source"_s);
+    setWindowModality(Qt::WindowModal);
+    resize(420, 520);
+    m_search->setPlaceholderText(u"Search by name or ID..."_s);
+    m_search->setClearButtonEnabled(true);
+    m_list->setUniformItemSizes(true);
+    m_list->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_search);
+    layout->addWidget(m_list, 1);
+    layout->addWidget(new QLabel(u"Double-click a source to select it quickly"_s, this));
+    layout->addWidget(buttons);
+
+    QObject::connect(m_search, &QLineEdit::textEdited, &m_model,
+                     &EditingModel::setPickerSearchText);
+    QObject::connect(m_list, &QListWidget::itemClicked, this, [this](QListWidgetItem* item) {
+        m_model.highlightPickerSource(item->data(Qt::UserRole).toInt());
+    });
+    QObject::connect(m_list, &QListWidget::itemDoubleClicked, this,
+                     [this](QListWidgetItem* item) {
+                         m_model.choosePickerSource(item->data(Qt::UserRole).toInt());
+                     });
+    QObject::connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    QObject::connect(this, &QDialog::rejected, &m_model, &EditingModel::dismissSourcePicker);
+    QObject::connect(&m_model, &EditingModel::sourcePickerChanged, this,
+                     &SourcePickerDialog::followModel);
+    QObject::connect(&m_model, &EditingModel::gridDataChanged, this, [this] {
+        if (isVisible())
+            fillList();
+    });
+}
+
+void SourcePickerDialog::followModel()
+{
+    if (!m_model.showSourcePicker()) {
+        if (isVisible())
+            hide();
+        return;
+    }
+    if (m_search->text() != m_model.sourcePicker().searchText)
+        m_search->setText(m_model.sourcePicker().searchText);
+    fillList();
+    if (!isVisible()) {
+        show();
+        // The operator types at once: the search field has the focus when the picker opens.
+        m_search->setFocus();
+        m_model.setPickerSearchFocused(true);
+    }
+}
+
+void SourcePickerDialog::fillList()
+{
+    const QList<int> sources = m_model.pickerSources();
+    const std::optional<int> highlighted = m_model.sourcePicker().selectedSource;
+    m_list->clear();
+    for (int source : sources) {
+        const QString name = m_model.connection().displayName(source).value_or(QString());
+        auto* item = new QListWidgetItem(QString::number(source).rightJustified(4) + u"   "_s +
+                                         name);
+        item->setData(Qt::UserRole, source);
+        m_list->addItem(item);
+        if (highlighted == source)
+            m_list->setCurrentItem(item);
+    }
+}
+
+} // namespace quorvane

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QDialog>
+
+class QLineEdit;
+class QListWidget;
+
+namespace quorvane {
+
+class EditingModel;
+
+// The source picker: every source with a search field. A double click writes the source to the
+// button that was double-clicked in the grid and closes the picker.
+class SourcePickerDialog : public QDialog {
+    Q_OBJECT
+
+public:
+    SourcePickerDialog(EditingModel& model, QWidget* parent);
+
+    QLineEdit* searchField() const { return m_search; }
+    QListWidget* list() const { return m_list; }
+
+private:
+    void followModel();
+    void fillList();
+
+    EditingModel& m_model;
+    QLineEdit* m_search;
+    QListWidget* m_list;
+};
+
+} // namespace quorvane

@@ -1,0 +1,62 @@
+#pragma once
+
+// Runs the tool's command line in-process, on the test's event loop, with its output caught.
+
+#include "cli.h"
+#include "diagnostics/debug_logger.h"
+
+#include <QBuffer>
+#include <QTest>
+#include <chrono>
+#include <optional>
+
+namespace quorvane::test {
+
+using namespace std::chrono_literals;
+
+// The protocol's waits cut down so that a connect and a bus load take well under a second.
+inline LinkTiming quickTiming() {
+    LinkTiming timing;
+    timing.handshakeLimit = 1'500ms;
+    timing.syncRetry = 200ms;
+    timing.handshakePoll = 20ms;
+    timing.registrationPause = 10ms;
+    timing.registrationReplyWait = 100ms;
+    timing.heartbeatAnswerPeriod = 300ms;
+    timing.heartbeatPoll = 50ms;
+    timing.heartbeatPause = 20ms;
+    timing.namesListen = 300ms;
+    timing.preambleListen = 20ms;
+    timing.frameInfoListen = 20ms;
+    timing.batchListen = 2ms;
+    timing.buttonsListen = 250ms;
+    timing.buttonsListenSlice = 20ms;
+    return timing;
+}
+
+struct ToolRun {
+    int status = -1; // the exit status
+    QString out;
+    QString err;
+
+    QStringList outLines() const { return out.split(u'\n', Qt::SkipEmptyParts); }
+    QStringList errLines() const { return err.split(u'\n', Qt::SkipEmptyParts); }
+};
+
+inline ToolRun runTool(const QStringList& arguments, const LinkTiming& timing = quickTiming(),
+                       int limitMs = 60'000) {
+    DebugLogger logger;
+    QBuffer out;
+    QBuffer err;
+    out.open(QIODevice::WriteOnly);
+    err.open(QIODevice::WriteOnly);
+    std::optional<int> status;
+    QCoro::Task<int> run = cli::runCli(arguments, {out, err, logger, timing});
+    QCoro::Task<> noted = run.then([&status](int code) { status = code; });
+    // A run left behind would write into the buffers of this frame later on: better stop here.
+    if (!QTest::qWaitFor([&status] { return status.has_value(); }, limitMs))
+        qFatal("quorvane-cli did not finish within %d ms", limitMs);
+    return ToolRun{*status, QString::fromUtf8(out.data()), QString::fromUtf8(err.data())};
+}
+
+} // namespace quorvane::test

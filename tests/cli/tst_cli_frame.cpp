@@ -1,0 +1,621 @@
+// The tool end to end against the emulated frame on loopback: dumps that match the frame's
+// table, diffs, applies confirmed by the frame's own data, and the ways a run refuses or fails.
+#include "cli_runner.h"
+#include "frame_emulator.h"
+#include "model/show_file.h"
+#include "model/source_labels.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+using namespace Qt::StringLiterals;
+using namespace quorvane;
+using namespace quorvane::test;
+using emulator::ButtonTable;
+using emulator::ClientMessageKind;
+using emulator::FrameEmulator;
+using emulator::WriteRequest;
+
+namespace {
+
+const QString host = u"127.0.0.1"_s;
+const QString everyBus = u"ME1, ME2, ME3, ME4, PGM, AUX"_s;
+
+struct Place {
+    Bus bus;
+    int shift;
+    int button;
+};
+
+// The assigned buttons of the frame's table, as a dump lists them (names aside).
+QList<ShowButton> assignedOnFrame(const FrameEmulator& frame, const QList<Bus>& buses, int count)
+{
+    QList<ShowButton> buttons;
+    for (Bus bus : buses) {
+        for (int shift = 1; shift <= 4; ++shift) {
+            for (int button = 1; button <= count; ++button) {
+                const quint32 source = frame.mapping(bus, count, shift, button);
+                if (source != 0)
+                    buttons.append(ShowButton{bus, shift, button, qint64{source}, {}});
+            }
+        }
+    }
+    return buttons;
+}
+
+QList<ShowButton> withoutNames(QList<ShowButton> buttons)
+{
+    for (ShowButton& button : buttons)
+        button.name.clear();
+    return buttons;
+}
+
+// The first button of `bus` whose assignment on the frame is (or is not) empty.
+Place firstButton(const FrameEmulator& frame, Bus bus, bool assigned, int fromShift = 1)
+{
+    for (int shift = fromShift; shift <= 4; ++shift) {
+        for (int button = 1; button <= 35; ++button) {
+            if ((frame.mapping(bus, 35, shift, button) != 0) == assigned)
+                return Place{bus, shift, button};
+        }
+    }
+    qFatal("the demo show has no such button");
+}
+
+QByteArray contents(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("cannot read %s", qPrintable(path));
+    return file.readAll();
+}
+
+void save(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        qFatal("cannot write %s", qPrintable(path));
+}
+
+ShowFile readJson(const QByteArray& bytes)
+{
+    const ShowFileResult result = readShowJson(bytes);
+    if (!result.file)
+        qFatal("not a show file: %s", qPrintable(result.problems.value(0).text()));
+    return *result.file;
+}
+
+ShowButton* find(ShowFile& file, const Place& place)
+{
+    for (ShowButton& button : file.buttons) {
+        if (button.bus == place.bus && button.shift == place.shift && button.button == place.button)
+            return &button;
+    }
+    return nullptr;
+}
+
+// Without any log, standard error holds only the errors.
+QStringList quietly(QStringList arguments)
+{
+    arguments << u"--quiet"_s;
+    return arguments;
+}
+
+} // namespace
+
+class TestCliFrame : public QObject {
+    Q_OBJECT
+
+private:
+    // The names the desktop would show, from the show's names and the shipped labels.
+    QString nameOf(const FrameEmulator& frame, qint64 source)
+    {
+        DebugLogger silent;
+        silent.setEcho(nullptr);
+        static const InternalSourceLabels labels =
+            loadInternalSourceLabels(defaultSourceLabelsLocations(), silent);
+        return displayName(static_cast<int>(source), frame.show().names(), labels)
+            .value_or(QString());
+    }
+
+    bool start(FrameEmulator& frame)
+    {
+        if (frame.start())
+            return true;
+        qWarning("emulated frame: %s", qPrintable(frame.errorString()));
+        return false;
+    }
+
+private Q_SLOTS:
+    void dumpOfOneBusIsTheFramesTable()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        const ToolRun run = runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"me3"_s});
+        QCOMPARE(run.status, 0);
+
+        // Standard output is the show file and nothing else: the reader refuses any extra.
+        const ShowFile file = readJson(run.out.toUtf8());
+        QCOMPARE(file.frameName, u"K-Frame XP"_s);
+        QCOMPARE(file.frameVersion, u"V12.3.1"_s);
+        QCOMPARE(file.frameAddress, host);
+        QCOMPARE(file.suite, 1);
+        QCOMPARE(file.buttonCount, 35);
+        const QList<ShowButton> expected = assignedOnFrame(frame, {Bus::me3}, 35);
+        QVERIFY(expected.size() > 120 && expected.size() < 140); // a few are left unassigned
+        QCOMPARE(withoutNames(file.buttons), expected);
+        int named = 0;
+        for (const ShowButton& button : file.buttons) {
+            QCOMPARE(button.name, nameOf(frame, button.source));
+            named += button.name.isEmpty() ? 0 : 1;
+        }
+        QVERIFY(named > 0);
+
+        // Only ME3 was asked for, once, button by button.
+        const auto subscriptions = frame.receivedOfKind(ClientMessageKind::buttonSubscription);
+        QCOMPARE(subscriptions.size(), 4 * 35);
+        for (const auto& subscription : subscriptions)
+            QCOMPARE(subscription.message.subscription.busCode, quint8{0x20});
+        QVERIFY(frame.writeRequests().isEmpty());
+
+        // The log went to standard error, without the hex dumps.
+        QVERIFY(run.err.contains(u"[INFO] Connect requested to 127.0.0.1 on Suite 1 (ports "
+                                 u"6132/6133), 35-button mode"_s));
+        QVERIFY(run.err.contains(u"[INFO] Read complete: ME3-35 cached with "_s));
+        QVERIFY(!run.err.contains(u"[HEX]"_s));
+    }
+
+    void dumpOfEveryBusAsCsv()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"all.csv"_s);
+        const ToolRun run = runTool({u"dump"_s, u"--host"_s, host, u"-o"_s, path});
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out, QString());
+
+        const ShowFileResult read = readShowCsv(contents(path), 35);
+        QVERIFY(read.file);
+        const QList<Bus> buses(allBuses.begin(), allBuses.end());
+        QCOMPARE(withoutNames(read.file->buttons), assignedOnFrame(frame, buses, 35));
+        // Each bus loaded once: the first with the connect, the others by switching bus.
+        QCOMPARE(frame.receivedOfKind(ClientMessageKind::buttonSubscription).size(), 6 * 4 * 35);
+        QCOMPARE(frame.receivedOfKind(ClientMessageKind::busPreamble).size(), 6);
+    }
+
+    void dumpOfAnotherSuiteAndWidth()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        const ToolRun run =
+            runTool({u"dump"_s, u"--host"_s, host, u"--suite"_s, u"2"_s, u"--buttons"_s, u"20"_s,
+                     u"--bus"_s, u"PGM"_s, u"--bus"_s, u"aux"_s, u"--format"_s, u"csv"_s});
+        QCOMPARE(run.status, 0);
+        const ShowFileResult read = readShowCsv(run.out.toUtf8(), 20);
+        QVERIFY(read.file);
+        QCOMPARE(withoutNames(read.file->buttons),
+                 assignedOnFrame(frame, {Bus::pgm, Bus::aux}, 20));
+        QVERIFY(frame.client());
+        QCOMPARE(frame.client()->mainPort, quint16{6134});
+    }
+
+    void theLogFollowsQuietAndVerbose()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        const ToolRun verbose =
+            runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"pgm"_s, u"--verbose"_s});
+        QCOMPARE(verbose.status, 0);
+        QVERIFY(verbose.err.contains(u"] [HEX] Write command"_s) ||
+                verbose.err.contains(u"] [HEX] Source name subscription (0x020b): [52 bytes]"_s));
+        const ToolRun quiet =
+            runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"pgm"_s, u"--quiet"_s});
+        QCOMPARE(quiet.status, 0);
+        QCOMPARE(quiet.err, QString());
+        QCOMPARE(quiet.out, verbose.out);
+    }
+
+    void diffOfItsOwnDumpAgrees()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"show.json"_s);
+        QCOMPARE(runTool({u"dump"_s, u"--host"_s, host, u"-o"_s, path}).status, 0);
+
+        const ToolRun run = runTool({u"diff"_s, path, u"--host"_s, host});
+        QCOMPARE(run.status, 0);
+        QCOMPARE(run.out, u"no differences on "_s + everyBus + u'\n');
+        QVERIFY(frame.writeRequests().isEmpty());
+    }
+
+    void diffPrintsEveryDifferingButton()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"pgm.json"_s);
+        QCOMPARE(
+            runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"PGM"_s, u"-o"_s, path}).status, 0);
+        ShowFile file = readJson(contents(path));
+
+        // Changed on the frame behind the file's back: one replaced, one cleared, one assigned.
+        const Place replaced = firstButton(frame, Bus::pgm, true);
+        const Place cleared = firstButton(frame, Bus::pgm, true, 2);
+        const Place assigned = firstButton(frame, Bus::pgm, false);
+        const ShowButton wasReplaced = *find(file, replaced);
+        const ShowButton wasCleared = *find(file, cleared);
+        frame.setMapping(Bus::pgm, 35, replaced.shift, replaced.button, 999);
+        frame.setMapping(Bus::pgm, 35, cleared.shift, cleared.button, 0);
+        frame.setMapping(Bus::pgm, 35, assigned.shift, assigned.button, 12);
+
+        auto line = [](const Place& place, const QString& frameSide,
+                       const QString& fileSide) -> QString {
+            return u"PGM shift "_s + QString::number(place.shift) + u" button "_s +
+                   QString::number(place.button) + u": frame "_s + frameSide + u", file "_s +
+                   fileSide;
+        };
+        auto text = [](const ShowButton& button) -> QString {
+            return QString::number(button.source) +
+                   (button.name.isEmpty() ? QString() : u" ("_s + button.name + u')');
+        };
+        QStringList expected{
+            line(replaced, u"999"_s, text(wasReplaced)),
+            line(cleared, u"0 (unassigned)"_s, text(wasCleared)),
+            line(assigned, u"12 ("_s + nameOf(frame, 12) + u')', u"0 (unassigned)"_s)};
+        // In grid order: shift, then button.
+        std::sort(expected.begin(), expected.end(), [](const QString& a, const QString& b) {
+            const auto key = [](const QString& l) {
+                const QStringList words = l.split(u' ');
+                return std::pair(words[2].toInt(), words[4].chopped(1).toInt());
+            };
+            return key(a) < key(b);
+        });
+
+        const ToolRun run = runTool({u"diff"_s, path, u"--host"_s, host});
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.outLines(), expected + QStringList{u"3 buttons differ on PGM"_s});
+
+        // Listed buttons only: the newly assigned button is not in the file, so left alone.
+        const ToolRun listed = runTool({u"diff"_s, path, u"--host"_s, host, u"--listed-only"_s});
+        QCOMPARE(listed.status, 1);
+        expected.removeIf([](const QString& l) { return l.endsWith(u"file 0 (unassigned)"_s); });
+        QCOMPARE(listed.outLines(), expected + QStringList{u"2 buttons differ on PGM"_s});
+        QVERIFY(frame.writeRequests().isEmpty());
+    }
+
+    void applyWritesExactlyTheDifferences()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"show.json"_s);
+        // The three buses the edit touches; the rest of the frame must stay as it is.
+        QCOMPARE(runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"ME2"_s, u"--bus"_s, u"ME4"_s,
+                          u"--bus"_s, u"AUX"_s, u"-o"_s, path})
+                     .status,
+                 0);
+
+        // The file edited: one button to another source, one taken out (so cleared on the
+        // frame), one unassigned button given a source.
+        ShowFile file = readJson(contents(path));
+        const Place changed = firstButton(frame, Bus::me2, true);
+        const Place removed = firstButton(frame, Bus::me4, true, 3);
+        const Place added = firstButton(frame, Bus::aux, false);
+        ShowButton* change = find(file, changed);
+        change->source = 4242;
+        change->name = u"Guest feed"_s;
+        file.buttons.removeIf([&](const ShowButton& b) {
+            return b.bus == removed.bus && b.shift == removed.shift && b.button == removed.button;
+        });
+        file.buttons.append(ShowButton{Bus::aux, added.shift, added.button, 12, {}});
+        save(path, writeShowJson(file));
+
+        ButtonTable expected = frame.show().buttons;
+        expected.setMapping(Bus::me2, 35, changed.shift, changed.button, 4242);
+        expected.setMapping(Bus::me4, 35, removed.shift, removed.button, 0);
+        expected.setMapping(Bus::aux, 35, added.shift, added.button, 12);
+
+        const ToolRun run = runTool({u"apply"_s, path, u"--host"_s, host});
+        QCOMPARE(run.status, 0);
+        const auto place = [](const Place& p) -> QString {
+            return busName(p.bus) + u" shift "_s + QString::number(p.shift) + u" button "_s +
+                   QString::number(p.button);
+        };
+        QCOMPARE(
+            run.outLines(),
+            QStringList({u"confirmed "_s + place(changed) + u": 4242 (Guest feed)"_s,
+                         u"confirmed "_s + place(removed) + u": 0 (unassigned)"_s,
+                         u"confirmed "_s + place(added) + u": 12 ("_s + nameOf(frame, 12) + u')',
+                         u"applied 3, confirmed 3, unconfirmed 0"_s}));
+
+        using emulator::buttonParameter;
+        QCOMPARE(
+            frame.writeRequests(),
+            QList<WriteRequest>({{buttonParameter(35, changed.shift, changed.button), 0x10, 4242},
+                                 {buttonParameter(35, removed.shift, removed.button), 0x40, 0},
+                                 {buttonParameter(35, added.shift, added.button), 0x50, 12}}));
+        QVERIFY(frame.show().buttons == expected);
+
+        // Applied once, the file and the frame agree, and a second apply writes nothing.
+        const ToolRun again = runTool({u"apply"_s, path, u"--host"_s, host});
+        QCOMPARE(again.status, 0);
+        QCOMPARE(again.out, u"applied 0, confirmed 0, unconfirmed 0\n"_s);
+        QCOMPARE(frame.writeRequests().size(), 3);
+    }
+
+    void dryRunWritesNothing()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"show.json"_s);
+        QCOMPARE(
+            runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"me1"_s, u"-o"_s, path}).status, 0);
+        ShowFile file = readJson(contents(path));
+        const Place changed = firstButton(frame, Bus::me1, true);
+        const ShowButton before = *find(file, changed);
+        find(file, changed)->source = 4242;
+        find(file, changed)->name = u"Guest feed"_s;
+        save(path, writeShowJson(file));
+
+        const ToolRun run = runTool({u"apply"_s, path, u"--host"_s, host, u"--dry-run"_s});
+        QCOMPARE(run.status, 1);
+        QCOMPARE(
+            run.outLines(),
+            QStringList({u"would write ME1 shift "_s + QString::number(changed.shift) +
+                             u" button "_s + QString::number(changed.button) + u": frame "_s +
+                             QString::number(before.source) +
+                             (before.name.isEmpty() ? QString() : u" ("_s + before.name + u')') +
+                             u", file 4242 (Guest feed)"_s,
+                         u"would write 1 button on ME1"_s}));
+        QVERIFY(frame.receivedOfKind(ClientMessageKind::writeRequest).isEmpty());
+        QVERIFY(frame.writeRequests().isEmpty());
+        QCOMPARE(frame.mapping(Bus::me1, 35, changed.shift, changed.button),
+                 quint32(before.source));
+    }
+
+    void writesTheFrameNeverConfirmsAreReported()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"show.json"_s);
+        QCOMPARE(
+            runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"pgm"_s, u"-o"_s, path}).status, 0);
+        ShowFile file = readJson(contents(path));
+        for (qsizetype i = 0; i < 3; ++i) {
+            file.buttons[i].source = 4000 + i; // sources the frame has no name for
+            file.buttons[i].name.clear();
+        }
+        save(path, writeShowJson(file));
+
+        // The frame goes silent as the first write reaches it: no write is answered.
+        connect(&frame, &FrameEmulator::datagramReceived, &frame,
+                [&frame](const emulator::ReceivedDatagram& datagram) {
+                    if (datagram.message.kind == ClientMessageKind::writeRequest)
+                        frame.stop();
+                });
+        LinkTiming timing = quickTiming();
+        timing.heartbeatTimeout = 20s; // the link itself stays up meanwhile
+        // Long enough for the connect, and then for the confirmations that never come.
+        const ToolRun run =
+            runTool(quietly({u"apply"_s, path, u"--host"_s, host, u"--timeout"_s, u"4"_s}), timing);
+        QCOMPARE(run.status, 1);
+        const QStringList lines = run.outLines();
+        QCOMPARE(lines.size(), 4);
+        for (qsizetype i = 0; i < 3; ++i) {
+            const ShowButton& wanted = file.buttons[i];
+            QCOMPARE(lines[i], u"unconfirmed PGM shift "_s + QString::number(wanted.shift) +
+                                   u" button "_s + QString::number(wanted.button) + u": "_s +
+                                   QString::number(wanted.source) +
+                                   u", the frame did not answer"_s);
+        }
+        QCOMPARE(lines[3], u"applied 3, confirmed 0, unconfirmed 3"_s);
+        QCOMPARE(run.err, u"quorvane-cli: 3 of 3 writes not confirmed by the frame within 4 s\n"_s);
+        QVERIFY(!frame.receivedOfKind(ClientMessageKind::writeRequest).isEmpty());
+    }
+
+    void aLinkLostWhileWaitingForConfirmations()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"show.json"_s);
+        QCOMPARE(
+            runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"aux"_s, u"-o"_s, path}).status, 0);
+        ShowFile file = readJson(contents(path));
+        for (qsizetype i = 0; i < 2; ++i) {
+            file.buttons[i].source = 4100 + i;
+            file.buttons[i].name.clear();
+        }
+        save(path, writeShowJson(file));
+
+        connect(&frame, &FrameEmulator::datagramReceived, &frame,
+                [&frame](const emulator::ReceivedDatagram& datagram) {
+                    if (datagram.message.kind == ClientMessageKind::writeRequest)
+                        frame.stop();
+                });
+        LinkTiming timing = quickTiming();
+        timing.keepAliveInterval = 100ms;
+        timing.heartbeatTimeout = 400ms; // the silent frame is dropped long before --timeout
+        const ToolRun run = runTool(
+            quietly({u"apply"_s, path, u"--host"_s, host, u"--timeout"_s, u"30"_s}), timing);
+        QCOMPARE(run.status, 3);
+        QCOMPARE(run.outLines().size(), 3);
+        QVERIFY(run.outLines()[0].startsWith(u"unconfirmed AUX shift "_s));
+        QVERIFY(run.outLines()[1].startsWith(u"unconfirmed AUX shift "_s));
+        QCOMPARE(run.outLines()[2], u"applied 2, confirmed 0, unconfirmed 2"_s);
+        QCOMPARE(run.err, u"quorvane-cli: the link to the frame at 127.0.0.1 was lost: it stopped "
+                          u"answering the heartbeat\n"_s);
+    }
+
+    void anInvalidFileIsRefusedBeforeConnecting_data()
+    {
+        QTest::addColumn<QStringList>("command");
+        QTest::newRow("diff") << QStringList{u"diff"_s};
+        QTest::newRow("apply") << QStringList{u"apply"_s};
+        QTest::newRow("apply --dry-run") << QStringList{u"apply"_s, u"--dry-run"_s};
+    }
+
+    void anInvalidFileIsRefusedBeforeConnecting()
+    {
+        QFETCH(QStringList, command);
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"bad.json"_s);
+        save(path, R"({
+  "format": "quorvane-show",
+  "version": 1,
+  "frame": { "name": "K-Frame XP", "version": "V12.3.1", "address": "127.0.0.1" },
+  "suite": 1,
+  "buttonCount": 35,
+  "buttons": [
+    { "bus": "PGM", "shift": 1, "button": 1, "source": 7, "name": "CAM 7" },
+    { "bus": "PGM", "shift": 5, "button": 2, "source": 8, "name": "CAM 8" }
+  ]
+}
+)");
+        const ToolRun run = runTool(quietly(command + QStringList{path, u"--host"_s, host}));
+        QCOMPARE(run.status, 2);
+        QCOMPARE(run.out, QString());
+        QCOMPARE(run.err, u"quorvane-cli: "_s + path +
+                              u" is not a valid JSON show file: line 9 (buttons[1]): shift 5 is "
+                              u"outside 1-4\n"_s);
+        QVERIFY(frame.received().isEmpty());
+
+        // A file that is not there is refused the same way.
+        const QString missing = dir.filePath(u"missing.csv"_s);
+        const ToolRun absent = runTool(quietly(command + QStringList{missing, u"--host"_s, host}));
+        QCOMPARE(absent.status, 2);
+        QVERIFY(absent.err.startsWith(u"quorvane-cli: cannot read "_s + missing + u": "_s));
+        QCOMPARE(absent.errLines().size(), 1);
+        QVERIFY(frame.received().isEmpty());
+    }
+
+    void aFileOfAnotherWidthIsRefused()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"narrow.json"_s);
+        ShowFile file;
+        file.buttonCount = 20;
+        file.buttons = {ShowButton{Bus::pgm, 1, 1, 7, {}}};
+        save(path, writeShowJson(file));
+        const ToolRun run =
+            runTool(quietly({u"apply"_s, path, u"--host"_s, host, u"--buttons"_s, u"35"_s}));
+        QCOMPARE(run.status, 2);
+        QCOMPARE(run.err, u"quorvane-cli: "_s + path +
+                              u" was read from a 20-button panel; it cannot be compared at "
+                              u"--buttons 35\n"_s);
+        QVERIFY(frame.received().isEmpty());
+    }
+
+    void aHostThatIsNoIPv4AddressIsRefused_data()
+    {
+        QTest::addColumn<QString>("address");
+        QTest::newRow("name") << u"frame.local"_s;
+        QTest::newRow("too large") << u"127.0.0.300"_s;
+        QTest::newRow("short") << u"127.1"_s;
+    }
+
+    void aHostThatIsNoIPv4AddressIsRefused()
+    {
+        QFETCH(QString, address);
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        const ToolRun run = runTool({u"dump"_s, u"--host"_s, address});
+        QCOMPARE(run.status, 2);
+        QCOMPARE(run.out, QString());
+        QCOMPARE(run.err, u"quorvane-cli: --host \""_s + address +
+                              u"\" is not an IPv4 address: write four numbers 0-255 joined by "
+                              u"dots, like 192.168.1.20\n"_s);
+        QVERIFY(frame.received().isEmpty());
+    }
+
+    void aFrameThatIgnoresTheHandshake()
+    {
+        emulator::FrameEmulatorOptions options;
+        options.faults.neverAnswerHandshake = true;
+        FrameEmulator frame(options);
+        QVERIFY(start(frame));
+        const ToolRun run = runTool(quietly({u"dump"_s, u"--host"_s, host}));
+        QCOMPARE(run.status, 3);
+        QCOMPARE(run.out, QString());
+        QCOMPARE(run.err, u"quorvane-cli: the frame at 127.0.0.1 did not answer the handshake\n"_s);
+        QVERIFY(!frame.received().isEmpty());
+    }
+
+    void aFrameThatStopsAnsweringPings()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        // Past the handshake and registration, the frame answers no PING.
+        connect(&frame, &FrameEmulator::datagramReceived, &frame,
+                [&frame](const emulator::ReceivedDatagram& datagram) {
+                    if (datagram.message.kind == ClientMessageKind::secondSuiteRegistration)
+                        frame.setAnsweringPings(false);
+                });
+        const ToolRun run = runTool(quietly({u"dump"_s, u"--host"_s, host}));
+        QCOMPARE(run.status, 3);
+        QCOMPARE(run.out, QString());
+        QCOMPARE(run.err, u"quorvane-cli: heartbeat verification failed: the frame at 127.0.0.1 "
+                          u"answered too few of the first PINGs\n"_s);
+        QVERIFY(frame.receivedOfKind(ClientMessageKind::buttonSubscription).isEmpty());
+    }
+
+    void aStepThatTakesTooLong()
+    {
+        emulator::FrameEmulatorOptions options;
+        options.faults.neverAnswerHandshake = true;
+        FrameEmulator frame(options);
+        QVERIFY(start(frame));
+        LinkTiming timing = quickTiming();
+        timing.handshakeLimit = 30s; // the tool's own limit comes first
+        const ToolRun run =
+            runTool(quietly({u"dump"_s, u"--host"_s, host, u"--timeout"_s, u"0.4"_s}), timing);
+        QCOMPARE(run.status, 3);
+        QCOMPARE(run.err, u"quorvane-cli: no complete answer from the frame at 127.0.0.1 within "
+                          u"0.4 s (it got as far as: Establishing handshake...)\n"_s);
+    }
+
+    void backupAndRestore()
+    {
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        QTemporaryDir dir;
+        const QString backup = dir.filePath(u"studio-a.json"_s);
+        QCOMPARE(
+            runTool({u"dump"_s, u"--host"_s, host, u"--suite"_s, u"2"_s, u"-o"_s, backup}).status,
+            0);
+        const ButtonTable original = frame.show().buttons;
+
+        // A day of changes on the panel: replaced, cleared and newly assigned buttons.
+        const Place replaced = firstButton(frame, Bus::me1, true);
+        const Place cleared = firstButton(frame, Bus::pgm, true, 4);
+        const Place assigned = firstButton(frame, Bus::aux, false, 2);
+        frame.pushMappingChange(Bus::me1, 35, replaced.shift, replaced.button, 31);
+        frame.pushMappingChange(Bus::pgm, 35, cleared.shift, cleared.button, 0);
+        frame.pushMappingChange(Bus::aux, 35, assigned.shift, assigned.button, 32);
+        QVERIFY(!(frame.show().buttons == original));
+
+        const ToolRun before = runTool({u"diff"_s, backup, u"--host"_s, host});
+        QCOMPARE(before.status, 1);
+        QCOMPARE(before.outLines().last(), u"3 buttons differ on "_s + everyBus);
+
+        const ToolRun restore = runTool({u"apply"_s, backup, u"--host"_s, host});
+        QCOMPARE(restore.status, 0);
+        QCOMPARE(restore.outLines().last(), u"applied 3, confirmed 3, unconfirmed 0"_s);
+        QCOMPARE(frame.client()->mainPort, quint16{6134}); // the suite recorded in the file
+        QVERIFY(frame.show().buttons == original);
+
+        const ToolRun after = runTool({u"diff"_s, backup, u"--host"_s, host});
+        QCOMPARE(after.status, 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestCliFrame)
+#include "tst_cli_frame.moc"
