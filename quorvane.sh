@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The two everyday commands of the project:
-#   ./quorvane.sh run [app arguments]   build and start the application
+#   ./quorvane.sh run [app arguments]   build and start the application (with the built-in
+#                                       demo frame when no frame address is given)
 #   ./quorvane.sh test [preset]         build and run the whole test suite (preset: ci, asan, dev)
 # On Debian/Ubuntu as root, missing build packages are installed first.
 set -euo pipefail
@@ -50,13 +51,11 @@ case "$command" in
     run)
         ensure_packages
         build dev
-        app=build/dev/src/app/quorvane
-        if [ ! -x "$app" ]; then
-            echo "The desktop window is not built yet. Meanwhile try the emulated frame:" >&2
-            echo "  build/dev/emulator/quorvane-frame-emulator --verbose" >&2
-            exit 1
-        fi
-        exec "$app" "$@"
+        case " $* " in
+            *" --host "* | *" --host="* | *" --demo "*) ;;
+            *) set -- --demo "$@" ;;
+        esac
+        exec build/dev/src/app/quorvane "$@"
         ;;
     test)
         preset=${1:-ci}

@@ -12,7 +12,6 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTimer>
-
 #include <cstdio>
 
 using namespace Qt::StringLiterals;

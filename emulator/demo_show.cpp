@@ -1,7 +1,6 @@
 #include "demo_show.h"
 
 #include <QStringView>
-
 #include <algorithm>
 #include <array>
 #include <utility>

@@ -2,7 +2,6 @@
 
 #include <QByteArray>
 #include <QRandomGenerator>
-
 #include <optional>
 
 namespace quorvane::emulator {

@@ -5,7 +5,6 @@
 
 #include <QNetworkDatagram>
 #include <QUdpSocket>
-
 #include <algorithm>
 #include <chrono>
 

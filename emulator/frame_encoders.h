@@ -7,7 +7,6 @@
 #include <QByteArrayView>
 #include <QList>
 #include <QString>
-
 #include <vector>
 
 // What the frame sends. Each encoder is the exact inverse of one of the client's decoders in

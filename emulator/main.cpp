@@ -8,7 +8,6 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QTime>
-
 #include <cstdio>
 
 using namespace Qt::StringLiterals;

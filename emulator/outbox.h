@@ -5,7 +5,6 @@
 #include <QHostAddress>
 #include <QObject>
 #include <QTimer>
-
 #include <deque>
 #include <functional>
 

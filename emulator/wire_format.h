@@ -2,7 +2,6 @@
 
 #include <QByteArrayView>
 #include <QtGlobal>
-
 #include <cstddef>
 
 namespace quorvane::emulator {

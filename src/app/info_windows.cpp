@@ -54,8 +54,8 @@ QWidget* helpContent()
                             u"Note: The frame must be accessible from the device running this "
                             u"app."_s));
     addSection(*layout, u"Copy & Paste"_s,
-               {u"Select one or more buttons horizontally or vertically"_s,
-                u"Press ⌘C to copy"_s, u"Select destination button(s) and press ⌘V to paste"_s,
+               {u"Select one or more buttons horizontally or vertically"_s, u"Press ⌘C to copy"_s,
+                u"Select destination button(s) and press ⌘V to paste"_s,
                 u"If you copy multiple buttons but only select one destination, all copied "
                 u"buttons will paste starting from that position"_s});
     addSection(*layout, u"Drag & Drop"_s,
@@ -129,8 +129,8 @@ QWidget* InfoWindows::showAbout()
 
 QWidget* InfoWindows::open(const QString& title, QWidget* content, QSize size)
 {
-    auto* window = new QWidget(nullptr, Qt::Window | Qt::WindowTitleHint |
-                                            Qt::WindowCloseButtonHint);
+    auto* window =
+        new QWidget(nullptr, Qt::Window | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
     window->setWindowTitle(title);
     QPalette palette = window->palette();
     palette.setColor(QPalette::Window, windowBackground());

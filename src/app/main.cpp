@@ -1,5 +1,5 @@
-#include "content_view.h"
 #include "connection_panel.h"
+#include "content_view.h"
 #include "diagnostics/debug_logger.h"
 #include "editing_model.h"
 #include "frame_emulator.h"
@@ -13,7 +13,6 @@
 #include <QSettings>
 #include <QStyleFactory>
 #include <QTimer>
-
 #include <cstdio>
 #include <memory>
 

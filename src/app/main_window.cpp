@@ -35,9 +35,9 @@ MainWindow::MainWindow(QSettings& preferences, DebugLogger& logger, QWidget* par
 #ifdef Q_OS_MACOS
     setUnifiedTitleAndToolBarOnMac(true);
 #endif
-    buildMenus(*menuBar(), {[this] { m_infoWindows.showAbout(); },
-                            [this] { m_infoWindows.showHelp(); },
-                            [this] { exportMappings(); }, [this] { importMappings(); }});
+    buildMenus(*menuBar(),
+               {[this] { m_infoWindows.showAbout(); }, [this] { m_infoWindows.showHelp(); },
+                [this] { exportMappings(); }, [this] { importMappings(); }});
 }
 
 void MainWindow::setUpWindow()
@@ -60,8 +60,7 @@ void MainWindow::exportMappings()
         return;
     }
     const QString path = QFileDialog::getSaveFileName(
-        this, u"Export Mappings"_s, u"show.json"_s,
-        u"Show files (*.json);;Spreadsheets (*.csv)"_s);
+        this, u"Export Mappings"_s, u"show.json"_s, u"Show files (*.json);;Spreadsheets (*.csv)"_s);
     if (path.isEmpty())
         return;
     const ShowFile file = exportShowFile(connection);
@@ -75,8 +74,8 @@ void MainWindow::exportMappings()
 
 void MainWindow::importMappings()
 {
-    const QString path = QFileDialog::getOpenFileName(
-        this, u"Import Mappings"_s, QString(), u"Show files (*.json *.csv)"_s);
+    const QString path = QFileDialog::getOpenFileName(this, u"Import Mappings"_s, QString(),
+                                                      u"Show files (*.json *.csv)"_s);
     if (path.isEmpty())
         return;
     QFile in(path);
@@ -87,8 +86,8 @@ void MainWindow::importMappings()
     }
     GVConnection& connection = m_content->connection();
     const QByteArray content = in.readAll();
-    const ShowFileResult read = isCsv(path) ? readShowCsv(content, connection.buttonCount())
-                                            : readShowJson(content);
+    const ShowFileResult read =
+        isCsv(path) ? readShowCsv(content, connection.buttonCount()) : readShowJson(content);
     if (!read.file) {
         QStringList problems;
         for (const ShowFileProblem& problem : read.problems.mid(0, 12))

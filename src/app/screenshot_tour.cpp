@@ -18,7 +18,6 @@
 #include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QTest>
-
 #include <cstdio>
 
 using namespace Qt::StringLiterals;

@@ -16,7 +16,9 @@ public:
     Console(QIODevice& out, QIODevice& err, LogRelay* relay = nullptr)
         : m_out(out)
         , m_err(err)
-        , m_relay(relay) {}
+        , m_relay(relay)
+    {
+    }
 
     void setRelay(LogRelay* relay) { m_relay = relay; }
 

@@ -11,7 +11,8 @@ enum class ExitCode {
     connectionFailed = 3, // the frame could not be reached, or the link was lost
 };
 
-constexpr int exitStatus(ExitCode code) {
+constexpr int exitStatus(ExitCode code)
+{
     return static_cast<int>(code);
 }
 

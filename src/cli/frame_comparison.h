@@ -16,7 +16,8 @@ struct FrameComparison {
     std::unique_ptr<FrameSession> session;
     QList<ShowDifference> differences;
 
-    SourceNamer frameNames() const {
+    SourceNamer frameNames() const
+    {
         const FrameSession* frame = session.get();
         return [frame](qint64 source) { return frame->sourceName(source); };
     }

@@ -27,7 +27,9 @@ struct TrackedWrite {
 class WriteConfirmations {
 public:
     explicit WriteConfirmations(int buttonCount)
-        : m_buttonCount(buttonCount) {}
+        : m_buttonCount(buttonCount)
+    {
+    }
 
     // Call right after the write of `wanted`, with the cache as the write left it.
     void written(const ShowButton& wanted, const MappingTable& mappings);

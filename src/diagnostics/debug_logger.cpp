@@ -42,7 +42,8 @@ void DebugLogger::log(const QString& message, LogLevel level)
 {
     const QString line = u'[' + QTime::currentTime().toString(u"HH:mm:ss.zzz"_s) + u"] ["_s +
                          logLevelText(level) + u"] "_s + message;
-    QMetaObject::invokeMethod(this, [this, line] { append(line); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this, line] { append(line); }, Qt::QueuedConnection);
     if (m_echo) {
         const QByteArray utf8 = line.toUtf8();
         std::fwrite(utf8.constData(), 1, static_cast<size_t>(utf8.size()), m_echo);

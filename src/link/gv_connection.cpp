@@ -5,7 +5,6 @@
 
 #include <QSettings>
 #include <QTimer>
-
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -77,8 +76,8 @@ void GVConnection::connect(const QString& host, int suite, int buttonCount)
     enterState(ConnectionState::connecting, 0.1);
     const QString suiteText = QString::number(m_selectedSuite);
     const QString countText = QString::number(m_buttonCount);
-    setStatusMessage(u"Connecting to "_s + host + u" (Suite "_s + suiteText + u", "_s +
-                     countText + u"-btn)..."_s);
+    setStatusMessage(u"Connecting to "_s + host + u" (Suite "_s + suiteText + u", "_s + countText +
+                     u"-btn)..."_s);
     publish(m_isLoading, true, &GVConnection::isLoadingChanged);
     m_logger.info(u"Connect requested to "_s + host + u" on Suite "_s + suiteText + u" (ports "_s +
                   QString::number(m_mainPort) + u'/' + QString::number(m_listenerPort) + u"), "_s +

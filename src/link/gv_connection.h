@@ -3,10 +3,10 @@
 #include "connection_state.h"
 #include "diagnostics/debug_logger.h"
 #include "link_timing.h"
-#include "udp_endpoint.h"
 #include "model/bus.h"
 #include "model/button_mapping.h"
 #include "model/source_name.h"
+#include "udp_endpoint.h"
 
 #include <QByteArrayView>
 #include <QCoroTask>
@@ -15,7 +15,6 @@
 #include <QPointer>
 #include <QSet>
 #include <QTimer>
-
 #include <memory>
 #include <optional>
 
@@ -32,7 +31,8 @@ class GVConnection : public QObject {
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
     Q_PROPERTY(QString statusMessage READ statusMessage NOTIFY statusMessageChanged)
     Q_PROPERTY(quorvane::MappingTable mappings READ mappings NOTIFY mappingsChanged)
-    Q_PROPERTY(quorvane::ConnectionState connectionState READ connectionState NOTIFY connectionStateChanged)
+    Q_PROPERTY(quorvane::ConnectionState connectionState READ connectionState NOTIFY
+                   connectionStateChanged)
     Q_PROPERTY(double connectionProgress READ connectionProgress NOTIFY connectionProgressChanged)
     Q_PROPERTY(bool heartbeatPulse READ heartbeatPulse NOTIFY heartbeatPulseChanged)
     Q_PROPERTY(QString frameName READ frameName NOTIFY frameNameChanged)
@@ -186,8 +186,7 @@ private:
                   const QString& loadingStatus);
 
     // Assigns a published field and tells observers, only when the value really changes.
-    template <typename T>
-    void publish(T& field, T value, void (GVConnection::*changed)())
+    template <typename T> void publish(T& field, T value, void (GVConnection::*changed)())
     {
         if (field == value)
             return;
@@ -196,7 +195,10 @@ private:
     }
 
     void enterState(ConnectionState state, double progress);
-    void setStatusMessage(const QString& text) { publish(m_statusMessage, text, &GVConnection::statusMessageChanged); }
+    void setStatusMessage(const QString& text)
+    {
+        publish(m_statusMessage, text, &GVConnection::statusMessageChanged);
+    }
     void setFrameVersion(const QString& version);
     void setFrameName(const QString& name);
     void applyGenericFrameName();

@@ -2,7 +2,6 @@
 // results reach the published state. Names and frame information are merged through the
 // event loop, after the datagram has been handled, as every observer expects.
 #include "gv_connection.h"
-
 #include "model/button_data_decoder.h"
 #include "model/frame_info_decoder.h"
 #include "model/source_definition_decoder.h"

@@ -7,7 +7,6 @@
 #include "suspend.h"
 #include "wire_messages.h"
 
-
 using namespace Qt::StringLiterals;
 
 namespace quorvane {
@@ -103,22 +102,19 @@ QCoro::Task<> GVConnection::performHandshake(Token token)
 
     m_logger.info(u"Handshake complete!"_s);
     m_logger.info(u"Sending registration commands..."_s);
-    if (!co_await sendRegistration(wire::firstRegistration(nextSequence()), u"Reg1 ACK"_s, token))
-    {
+    if (!co_await sendRegistration(wire::firstRegistration(nextSequence()), u"Reg1 ACK"_s, token)) {
         cancelled();
         co_return;
     }
     m_logger.info(u"Sending suite "_s + QString::number(m_selectedSuite) +
                   u" registration commands..."_s);
     if (!co_await sendRegistration(wire::suiteRegistration(nextSequence(), m_selectedSuite),
-                                   u"Suite 1796 ACK"_s, token))
-    {
+                                   u"Suite 1796 ACK"_s, token)) {
         cancelled();
         co_return;
     }
     if (!co_await sendRegistration(wire::secondSuiteRegistration(nextSequence()),
-                                   u"Suite 04b6 ACK"_s, token))
-    {
+                                   u"Suite 04b6 ACK"_s, token)) {
         cancelled();
         co_return;
     }

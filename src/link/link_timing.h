@@ -29,14 +29,14 @@ struct LinkTiming {
     ms receiveInterval{20}; // 50 Hz
 
     // Loading
-    ms namesListen{2'000};      // after the three source subscriptions
-    ms namesPoll{1};            // each socket poll while listening for names
-    us namesPassPause{100};     // between two such passes
-    ms preambleListen{50};      // after the bus preamble
-    ms frameInfoListen{100};    // after the early frame-info subscription
-    ms batchListen{10};         // after every tenth button subscription
-    ms buttonsListen{1'500};    // the active listen phase after the button subscriptions
-    ms buttonsListenSlice{50};  // one listen inside that phase
+    ms namesListen{2'000};     // after the three source subscriptions
+    ms namesPoll{1};           // each socket poll while listening for names
+    us namesPassPause{100};    // between two such passes
+    ms preambleListen{50};     // after the bus preamble
+    ms frameInfoListen{100};   // after the early frame-info subscription
+    ms batchListen{10};        // after every tenth button subscription
+    ms buttonsListen{1'500};   // the active listen phase after the button subscriptions
+    ms buttonsListenSlice{50}; // one listen inside that phase
 };
 
 } // namespace quorvane

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 namespace quorvane {
 
 namespace {
-constexpr qsizetype loggedFrom = 21;     // shorter datagrams are not worth a log line
+constexpr qsizetype loggedFrom = 21; // shorter datagrams are not worth a log line
 constexpr qsizetype headerBytesLogged = 20;
 constexpr qsizetype nameMarkerSearch = 40; // live renames carry the marker near the start
 
@@ -80,9 +80,8 @@ void GVConnection::handleIncomingPacket(const QByteArray& datagram, QStringView 
             pulseHeartbeat();
     }
     if (isData && length >= loggedFrom) {
-        m_logger.info(u"DATA packet from "_s + source + u" port "_s +
-                      QString::number(senderPort) + u": "_s + QString::number(length) +
-                      u" bytes"_s);
+        m_logger.info(u"DATA packet from "_s + source + u" port "_s + QString::number(senderPort) +
+                      u": "_s + QString::number(length) + u" bytes"_s);
         parseButtonData(datagram);
     }
     // Definitions come in bursts while names load, and this loop may read part of a burst
@@ -92,8 +91,8 @@ void GVConnection::handleIncomingPacket(const QByteArray& datagram, QStringView 
     if (length >= loggedFrom) {
         if (const std::optional<qsizetype> marker = nameMarkerPosition(bytes)) {
             m_logger.info(u"Source name update (0x020b) found at pos "_s +
-                          QString::number(*marker) + u", pktType=0x"_s + typeText(*type) +
-                          u", "_s + QString::number(length) + u" bytes"_s);
+                          QString::number(*marker) + u", pktType=0x"_s + typeText(*type) + u", "_s +
+                          QString::number(length) + u" bytes"_s);
             parseSourceNameData020b(datagram);
         }
     }

@@ -7,7 +7,6 @@
 #include "suspend.h"
 #include "wire_messages.h"
 
-
 using namespace Qt::StringLiterals;
 
 namespace quorvane {
@@ -15,7 +14,7 @@ namespace quorvane {
 namespace {
 constexpr int shiftRows = 4;
 constexpr int subscriptionIdStep = 90;
-constexpr int listenEvery = 10;         // button subscriptions between two short listens
+constexpr int listenEvery = 10; // button subscriptions between two short listens
 constexpr int packetLogLinesPerListen = 5;
 constexpr qsizetype headerBytesLogged = 20;
 constexpr qsizetype buttonDataFrom = 21;
@@ -113,11 +112,10 @@ void GVConnection::handleSourceNamesResponse(const QByteArray& datagram, bool on
 {
     const ByteReader bytes(datagram);
     const qsizetype length = bytes.size();
-    const QString code = length >= subscriptionCodeEnd ? QString::asprintf("%04x", bytes.u16(16))
-                                                       : u"??"_s;
-    m_logger.info((onListener ? u"LISTENER"_s : u"MAIN"_s) + u" pkt: "_s +
-                  QString::number(length) + u"b hdr=["_s +
-                  hexBytes(bytes.slice(0, headerBytesLogged)) + u"] sub="_s + code);
+    const QString code =
+        length >= subscriptionCodeEnd ? QString::asprintf("%04x", bytes.u16(16)) : u"??"_s;
+    m_logger.info((onListener ? u"LISTENER"_s : u"MAIN"_s) + u" pkt: "_s + QString::number(length) +
+                  u"b hdr=["_s + hexBytes(bytes.slice(0, headerBytesLogged)) + u"] sub="_s + code);
     if (length < subscriptionCodeEnd) {
         parseFrameInfo(datagram);
         return;
@@ -171,16 +169,15 @@ QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
     int sent = 0;
     for (int shift = 1; shift <= shiftRows; ++shift) {
         for (int button = 1; button <= count; ++button) {
-            sendRequest(wire::buttonSubscription(nextSequence(), subscriptionId,
-                                                 buttonAddress(shift, button, count),
-                                                 busCode(bus)));
+            sendRequest(wire::buttonSubscription(
+                nextSequence(), subscriptionId, buttonAddress(shift, button, count), busCode(bus)));
             ++sent;
             if (sent % listenEvery == 0) {
                 co_await listen(m_timing.batchListen);
                 if (gone())
                     co_return;
-                setStatusMessage(u"Loading "_s + name + u"... "_s + QString::number(sent) +
-                                 u'/' + QString::number(total));
+                setStatusMessage(u"Loading "_s + name + u"... "_s + QString::number(sent) + u'/' +
+                                 QString::number(total));
             }
             subscriptionId = static_cast<quint16>(subscriptionId + subscriptionIdStep);
         }
@@ -200,8 +197,8 @@ QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
             co_return;
         ++iterations;
     }
-    m_logger.info(u"Active listen complete: "_s + QString::number(iterations) +
-                  u" iterations, "_s + QString::number(batches) + u" response batches"_s);
+    m_logger.info(u"Active listen complete: "_s + QString::number(iterations) + u" iterations, "_s +
+                  QString::number(batches) + u" response batches"_s);
 
     // Decoding was queued behind the datagrams; let it land before counting.
     co_await pause(std::chrono::microseconds::zero());
@@ -267,8 +264,8 @@ void GVConnection::changeButtonCount(int count)
     publish(m_buttonCount, count, &GVConnection::buttonCountChanged);
     if (!m_isConnected)
         return;
-    switchTo(u"changeButtonCount"_s, busName(m_currentBus) + u" ("_s + QString::number(count) +
-                                         u"-btn)"_s,
+    switchTo(u"changeButtonCount"_s,
+             busName(m_currentBus) + u" ("_s + QString::number(count) + u"-btn)"_s,
              u"Switching to "_s + QString::number(count) + u"-button mode..."_s);
 }
 

@@ -23,8 +23,7 @@ QCoro::Task<> waitForDatagram(UdpEndpoint* socket, std::chrono::milliseconds tim
     return waitForDatagram(QList<UdpEndpoint*>{socket}, timeout);
 }
 
-QCoro::Task<> waitForDatagram(QList<UdpEndpoint*> sockets,
-                              std::chrono::milliseconds timeout)
+QCoro::Task<> waitForDatagram(QList<UdpEndpoint*> sockets, std::chrono::milliseconds timeout)
 {
     WakeUp wakeUp;
     QTimer timer;

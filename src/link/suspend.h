@@ -2,7 +2,6 @@
 
 #include <QCoroTask>
 #include <QList>
-
 #include <chrono>
 
 namespace quorvane {
@@ -15,8 +14,7 @@ class UdpEndpoint;
 QCoro::Task<> waitForDatagram(UdpEndpoint* socket, std::chrono::milliseconds timeout);
 
 // The same for several sockets: resumes when the first of them has something to read.
-QCoro::Task<> waitForDatagram(QList<UdpEndpoint*> sockets,
-                              std::chrono::milliseconds timeout);
+QCoro::Task<> waitForDatagram(QList<UdpEndpoint*> sockets, std::chrono::milliseconds timeout);
 
 // Suspends for `duration` on a precise timer; a zero duration yields to the event loop once.
 QCoro::Task<> pause(std::chrono::microseconds duration);

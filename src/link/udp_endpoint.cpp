@@ -1,7 +1,6 @@
 #include "udp_endpoint.h"
 
 #include <QVariant>
-
 #include <cerrno>
 
 namespace quorvane {

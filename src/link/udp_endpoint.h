@@ -4,7 +4,6 @@
 #include <QHostAddress>
 #include <QObject>
 #include <QUdpSocket>
-
 #include <deque>
 #include <optional>
 

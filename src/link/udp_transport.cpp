@@ -1,11 +1,10 @@
 // The connection's sockets: creating them, sending one datagram, receiving one datagram.
-#include "gv_connection.h"
 #include "diagnostics/programming_error.h"
+#include "gv_connection.h"
 #include "suspend.h"
 
 #include <QHostAddress>
 #include <QVariant>
-
 #include <cerrno>
 
 using namespace Qt::StringLiterals;

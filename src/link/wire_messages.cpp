@@ -32,7 +32,8 @@ QByteArray dataMessage(quint16 sequence, const char* blockHex, QByteArrayView pa
 }
 
 // Every subscription shares the registration block and 16 zero bytes, then 20 bytes of its own.
-constexpr const char* subscriptionBlock = "0002000800000024" "0000002e";
+constexpr const char* subscriptionBlock = "0002000800000024"
+                                          "0000002e";
 
 QByteArray subscription(quint16 sequence, QByteArrayView tail)
 {
@@ -110,7 +111,11 @@ QByteArray suiteRegistration(quint16 sequence, int suite)
 
 QByteArray secondSuiteRegistration(quint16 sequence)
 {
-    return dataMessage(sequence, "0002000500000009" "00000010", fromHex("04b6000001000007" "00"));
+    return dataMessage(sequence,
+                       "0002000500000009"
+                       "00000010",
+                       fromHex("04b6000001000007"
+                               "00"));
 }
 
 QByteArray writeRequest(quint16 sequence, quint16 buttonAddress, quint8 busCode, quint16 source)
@@ -121,27 +126,43 @@ QByteArray writeRequest(quint16 sequence, quint16 buttonAddress, quint8 busCode,
     appendU16(payload, buttonAddress);
     payload.append(static_cast<char>(busCode));
     appendU16(payload, source);
-    return dataMessage(sequence, "00020006000000" "0a00000012", payload);
+    return dataMessage(sequence,
+                       "00020006000000"
+                       "0a00000012",
+                       payload);
 }
 
 QByteArray sourceDefinitionsSubscription(quint16 sequence)
 {
-    return subscription(sequence, fromHex("0210" "000100040002" "00000000" "0010000162000000"));
+    return subscription(sequence, fromHex("0210"
+                                          "000100040002"
+                                          "00000000"
+                                          "0010000162000000"));
 }
 
 QByteArray sourceNamesSubscription(quint16 sequence)
 {
-    return subscription(sequence, fromHex("020b" "000100040003" "00000000" "000c" "0001641b" "0000"));
+    return subscription(sequence, fromHex("020b"
+                                          "000100040003"
+                                          "00000000"
+                                          "000c"
+                                          "0001641b"
+                                          "0000"));
 }
 
 QByteArray frameInfoSubscription(quint16 sequence)
 {
-    return subscription(sequence, fromHex("01fd" "000100040002" "00000000" "0008" "000101000001"));
+    return subscription(sequence, fromHex("01fd"
+                                          "000100040002"
+                                          "00000000"
+                                          "0008"
+                                          "000101000001"));
 }
 
 QByteArray busPreamble(quint16 sequence)
 {
-    QByteArray tail = fromHex("0003" "00010003000300000000");
+    QByteArray tail = fromHex("0003"
+                              "00010003000300000000");
     appendU16(tail, signature + 8);
     tail += fromHex("000001000007");
     return subscription(sequence, tail);
@@ -152,9 +173,13 @@ QByteArray buttonSubscription(quint16 sequence, quint16 subscriptionId, quint16 
 {
     QByteArray tail;
     appendU16(tail, subscriptionId);
-    tail += fromHex("0001" "0003" "0003" "00000000");
+    tail += fromHex("0001"
+                    "0003"
+                    "0003"
+                    "00000000");
     appendU16(tail, signature);
-    tail += fromHex("0000" "89");
+    tail += fromHex("0000"
+                    "89");
     appendU16(tail, parameter);
     tail.append(static_cast<char>(busCode));
     return subscription(sequence, tail);

@@ -2,7 +2,6 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
-
 #include <optional>
 
 namespace quorvane::wire {
@@ -23,9 +22,9 @@ inline constexpr quint16 sourceNamesCode = 0x020b;
 // The sequence bytes as the log shows them: "4.144" for 0x0490.
 QString sequenceText(QByteArrayView datagram);
 
-QByteArray ping();                           // 00 01 00 00
-QByteArray sync();                           // 00 06 00 00
-QByteArray ackFor(QByteArrayView received);  // 00 02 + the received sequence bytes
+QByteArray ping();                          // 00 01 00 00
+QByteArray sync();                          // 00 06 00 00
+QByteArray ackFor(QByteArrayView received); // 00 02 + the received sequence bytes
 
 // DATA messages carry a sequence from the connection's counter (the first ClientID excepted),
 // a 12-byte block naming the command, then the command's payload.

@@ -32,10 +32,7 @@ public:
         return static_cast<quint16>((u8(offset) << 8) | u8(offset + 1));
     }
 
-    quint32 u32(qsizetype offset) const
-    {
-        return (quint32{u16(offset)} << 16) | u16(offset + 2);
-    }
+    quint32 u32(qsizetype offset) const { return (quint32{u16(offset)} << 16) | u16(offset + 2); }
 
     // The bytes [offset, offset + width) clipped to the datagram.
     QByteArrayView slice(qsizetype offset, qsizetype width) const

@@ -4,7 +4,6 @@
 #include "diagnostics/debug_logger.h"
 
 #include <QRegularExpression>
-
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -14,9 +13,8 @@ namespace quorvane {
 namespace {
 // Longer and more specific names first, so that "K-Frame XP" is not taken for "K-Frame".
 constexpr std::array<QStringView, 14> frameTypes{
-    u"K-Frame XP", u"K Frame XP", u"K-Frame X",  u"K Frame X", u"XP-Frame",
-    u"XP Frame",   u"X-Frame",    u"X Frame",    u"GV K-Frame", u"K-Frame",
-    u"K Frame",    u"Kayenne",    u"Karrera",    u"Korona"};
+    u"K-Frame XP", u"K Frame XP", u"K-Frame X", u"K Frame X", u"XP-Frame", u"XP Frame", u"X-Frame",
+    u"X Frame",    u"GV K-Frame", u"K-Frame",   u"K Frame",   u"Kayenne",  u"Karrera",  u"Korona"};
 
 constexpr qsizetype loggedCharacters = 200;
 

@@ -3,7 +3,6 @@
 #include "show_file_rules.h"
 
 #include <QStringDecoder>
-
 #include <algorithm>
 #include <map>
 
@@ -124,10 +123,9 @@ int lineAt(QByteArrayView data, qsizetype offset)
 
 ShowFileResult refused(QList<ShowFileProblem> problems)
 {
-    std::stable_sort(problems.begin(), problems.end(),
-                     [](const ShowFileProblem& a, const ShowFileProblem& b) {
-                         return a.line < b.line;
-                     });
+    std::stable_sort(
+        problems.begin(), problems.end(),
+        [](const ShowFileProblem& a, const ShowFileProblem& b) { return a.line < b.line; });
     return ShowFileResult{std::nullopt, std::move(problems)};
 }
 
@@ -145,10 +143,9 @@ QString ShowFileProblem::text() const
 
 void sortButtons(QList<ShowButton>& buttons)
 {
-    std::stable_sort(buttons.begin(), buttons.end(),
-                     [](const ShowButton& a, const ShowButton& b) {
-                         return showfile::buttonKey(a) < showfile::buttonKey(b);
-                     });
+    std::stable_sort(buttons.begin(), buttons.end(), [](const ShowButton& a, const ShowButton& b) {
+        return showfile::buttonKey(a) < showfile::buttonKey(b);
+    });
 }
 
 QList<ShowButton> showButtons(const MappingTable& mappings, int buttonCount,

@@ -1,5 +1,4 @@
 #include "show_file.h"
-
 #include "show_file_rules.h"
 
 #include <limits>
@@ -94,9 +93,8 @@ private:
                 skipLineEnd();
                 return fields;
             }
-            return failLine(at(m_pos) == u'\r'
-                                ? u"a carriage return that does not end the line"_s
-                                : u"text after the closing quote of a field"_s);
+            return failLine(at(m_pos) == u'\r' ? u"a carriage return that does not end the line"_s
+                                               : u"text after the closing quote of a field"_s);
         }
     }
 

@@ -1,5 +1,4 @@
 #include "show_file.h"
-
 #include "show_file_rules.h"
 
 #include <QHash>
@@ -7,7 +6,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
-
 #include <cmath>
 #include <initializer_list>
 
@@ -273,8 +271,7 @@ public:
     }
 
     // The value of `key` if it passes `reasonAgainst`, which may refuse it.
-    template <typename Check>
-    std::optional<Whole> whole(const QString& key, Check reasonAgainst)
+    template <typename Check> std::optional<Whole> whole(const QString& key, Check reasonAgainst)
     {
         std::optional<Whole> number = whole(key);
         if (!number)
@@ -349,8 +346,8 @@ bool readIdentity(ObjectReader& root, const QJsonObject& object)
         return false;
     }
     if (format != QJsonValue(formatName)) {
-        root.refuse(u"format"_s, u"not a Quorvane show file: \"format\" is "_s +
-                                     describe(format) + u", expected \""_s + formatName + u'"');
+        root.refuse(u"format"_s, u"not a Quorvane show file: \"format\" is "_s + describe(format) +
+                                     u", expected \""_s + formatName + u'"');
         return false;
     }
     if (!object.contains(u"version"_s)) {
@@ -411,8 +408,8 @@ std::optional<ShowButton> readButton(const QJsonValue& value, int index, int but
     if (!bus || !shift || !number || !source || !name)
         return std::nullopt;
 
-    const ShowButton button{*bus, static_cast<int>(shift->value),
-                            static_cast<int>(number->value), source->value, *name};
+    const ShowButton button{*bus, static_cast<int>(shift->value), static_cast<int>(number->value),
+                            source->value, *name};
     const QString place = path + u", line "_s + QString::number(line);
     if (const std::optional<QString> reason = places.repeated(button, place)) {
         problems.append({line, path, *reason});
@@ -444,8 +441,8 @@ ShowFileResult readDocument(const QJsonObject& object, const JsonOutline& outlin
     if (!readIdentity(root, object))
         return showfile::refused(problems);
 
-    root.expectKeys({u"format"_s, u"version"_s, u"frame"_s, u"suite"_s, u"buttonCount"_s,
-                     u"buttons"_s});
+    root.expectKeys(
+        {u"format"_s, u"version"_s, u"frame"_s, u"suite"_s, u"buttonCount"_s, u"buttons"_s});
     ShowFile file;
     readFrame(root, outline, problems, file);
     if (const auto suite = root.whole(u"suite"_s, showfile::suiteReason))
@@ -499,7 +496,8 @@ ShowFileResult readShowJson(const QByteArray& data)
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(json.toByteArray(), &error);
     if (error.error != QJsonParseError::NoError) {
-        return showfile::refused({{showfile::lineAt(json, error.offset), {},
+        return showfile::refused({{showfile::lineAt(json, error.offset),
+                                   {},
                                    u"not valid JSON: "_s + error.errorString()}});
     }
     const JsonOutline outline = outlineOf(json);

@@ -8,7 +8,6 @@
 #include <QByteArrayView>
 #include <QMap>
 #include <QStringView>
-
 #include <optional>
 #include <tuple>
 

@@ -62,8 +62,7 @@ QString readEngineeringName(const ByteReader& bytes, qsizetype position)
 }
 } // namespace
 
-std::vector<EngineeringName> parseSourceDefinitionData(QByteArrayView datagram,
-                                                       DebugLogger& logger)
+std::vector<EngineeringName> parseSourceDefinitionData(QByteArrayView datagram, DebugLogger& logger)
 {
     const ByteReader bytes(datagram);
     const qsizetype length = bytes.size();
@@ -141,9 +140,8 @@ void mergeEngineeringNames(SourceNameTable& names, const std::vector<Engineering
 {
     for (const EngineeringName& entry : decoded)
         names[entry.source].eng = entry.name;
-    logger.info(u"0210 Source names updated on main thread ("_s +
-                QString::number(decoded.size()) + u" records, total: "_s +
-                QString::number(names.size()) + u')');
+    logger.info(u"0210 Source names updated on main thread ("_s + QString::number(decoded.size()) +
+                u" records, total: "_s + QString::number(names.size()) + u')');
 }
 
 } // namespace quorvane

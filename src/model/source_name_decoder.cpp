@@ -63,13 +63,12 @@ NameField readNameField(const ByteReader& bytes, qsizetype position, qsizetype r
 QString quotedNames(const DecodedSourceName& record)
 {
     return u"Src "_s + QString::number(record.source) + u": menu='"_s + record.menu +
-           u"' oled='"_s + record.oled + u"' panel='"_s + record.panel + u"' eng='"_s +
-           record.eng + u'\'';
+           u"' oled='"_s + record.oled + u"' panel='"_s + record.panel + u"' eng='"_s + record.eng +
+           u'\'';
 }
 } // namespace
 
-std::vector<DecodedSourceName> parseSourceNameData020b(QByteArrayView datagram,
-                                                       DebugLogger& logger)
+std::vector<DecodedSourceName> parseSourceNameData020b(QByteArrayView datagram, DebugLogger& logger)
 {
     const ByteReader bytes(datagram);
     const qsizetype length = bytes.size();

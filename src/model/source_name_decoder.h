@@ -3,7 +3,6 @@
 #include "source_name.h"
 
 #include <QByteArrayView>
-
 #include <vector>
 
 namespace quorvane {

@@ -18,5 +18,4 @@ ConnectAction connectButtonAction(bool isConnected, ConnectionState state);
 enum class LogLineKind { error, warning, hex, normal };
 LogLineKind logLineKind(const QString& line);
 
-
 } // namespace quorvane

@@ -50,8 +50,8 @@ ImportPlan planImport(const ShowFile& file, const GVConnection& connection)
     const int count = connection.buttonCount();
     if (file.buttonCount != count) {
         plan.refusal = u"The file is for "_s + QString::number(file.buttonCount) +
-                       u"-button rows; switch the panel to "_s +
-                       QString::number(file.buttonCount) + u" buttons first."_s;
+                       u"-button rows; switch the panel to "_s + QString::number(file.buttonCount) +
+                       u" buttons first."_s;
         return plan;
     }
     QList<ShowButton> wanted;

@@ -15,7 +15,8 @@ namespace quorvane::test {
 using namespace std::chrono_literals;
 
 // The protocol's waits cut down so that a connect and a bus load take well under a second.
-inline LinkTiming quickTiming() {
+inline LinkTiming quickTiming()
+{
     LinkTiming timing;
     timing.handshakeLimit = 1'500ms;
     timing.syncRetry = 200ms;
@@ -44,7 +45,8 @@ struct ToolRun {
 };
 
 inline ToolRun runTool(const QStringList& arguments, const LinkTiming& timing = quickTiming(),
-                       int limitMs = 60'000) {
+                       int limitMs = 60'000)
+{
     DebugLogger logger;
     QBuffer out;
     QBuffer err;

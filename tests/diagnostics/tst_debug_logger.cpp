@@ -27,9 +27,8 @@ private Q_SLOTS:
         static const QRegularExpression format(
             u"^\\[\\d{2}:\\d{2}:\\d{2}\\.\\d{3}\\] \\[INFO\\] GVConnection initialized$"_s);
         QVERIFY2(format.match(logger.logs()[0]).hasMatch(), qPrintable(logger.logs()[0]));
-        QCOMPARE(loggedMessages(logger),
-                 QStringList({u"[INFO] GVConnection initialized"_s, u"[WARN] careful"_s,
-                              u"[ERROR] broken"_s}));
+        QCOMPARE(loggedMessages(logger), QStringList({u"[INFO] GVConnection initialized"_s,
+                                                      u"[WARN] careful"_s, u"[ERROR] broken"_s}));
     }
 
     void appendWaitsForTheEventLoop()

@@ -15,7 +15,6 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QUdpSocket>
-
 #include <memory>
 
 using namespace Qt::StringLiterals;

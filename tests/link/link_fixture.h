@@ -11,7 +11,6 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
-
 #include <cstdio>
 #include <memory>
 
@@ -57,11 +56,10 @@ public:
         connection = std::make_unique<GVConnection>(preferences, logger);
         connection->setTiming(timing);
         // The progress is set right after the state, so read both once the progress moved.
-        QObject::connect(connection.get(), &GVConnection::connectionProgressChanged,
-                         connection.get(), [this] {
-                             steps.append({connection->connectionState(),
-                                           connection->connectionProgress()});
-                         });
+        QObject::connect(
+            connection.get(), &GVConnection::connectionProgressChanged, connection.get(), [this] {
+                steps.append({connection->connectionState(), connection->connectionProgress()});
+            });
     }
 
     ~LinkFixture()

@@ -5,7 +5,6 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -36,22 +35,22 @@ QByteArray buttonDatagram(quint16 field, quint8 busCode, quint32 source)
 QByteArray liveNameDatagram()
 {
     QByteArray fields;
-    fields += '\0';                // the unused field
+    fields += '\0'; // the unused field
     fields += "CAM 12" + QByteArray(1, '\0');
     fields += "Cam12" + QByteArray(1, '\0');
     fields += "CAMERA 12" + QByteArray(1, '\0');
     const auto length = static_cast<char>(14 + fields.size() - 2);
 
     QByteArray datagram = bytes("00 04 04 92 00 02 00 10 00 00 00 24 00 00 00 2e");
-    datagram += bytes("02 0b");              // marker at 16
-    datagram += QByteArray(10, '\0');        // records start 12 bytes after the marker
-    datagram += bytes("01 02 00");           // prefix, live, zero
-    datagram += length;                      // L: the record occupies L + 2 bytes
-    datagram += bytes("00 0c");              // source 12
+    datagram += bytes("02 0b");       // marker at 16
+    datagram += QByteArray(10, '\0'); // records start 12 bytes after the marker
+    datagram += bytes("01 02 00");    // prefix, live, zero
+    datagram += length;               // L: the record occupies L + 2 bytes
+    datagram += bytes("00 0c");       // source 12
     datagram += QByteArray(6, '\0');
-    datagram += bytes("00 00");              // no OLED name
+    datagram += bytes("00 00"); // no OLED name
     datagram += fields;
-    datagram += QByteArray(4 + 30, '\0');    // the unread tail after the record, padding
+    datagram += QByteArray(4 + 30, '\0'); // the unread tail after the record, padding
     return datagram;
 }
 
@@ -195,9 +194,8 @@ private Q_SLOTS:
         QCOMPARE(connection->targetHost(), u"10.1.2.3"_s);
         const QString suiteText = QString::number(usedSuite);
         const QString countText = QString::number(usedCount);
-        QCOMPARE(connection->statusMessage(),
-                 u"Connecting to 10.1.2.3 (Suite "_s + suiteText + u", "_s + countText +
-                     u"-btn)..."_s);
+        QCOMPARE(connection->statusMessage(), u"Connecting to 10.1.2.3 (Suite "_s + suiteText +
+                                                  u", "_s + countText + u"-btn)..."_s);
         QCOMPARE(loggedMessages(*m_logger),
                  QStringList(u"[INFO] Connect requested to 10.1.2.3 on Suite "_s + suiteText +
                              u" (ports "_s + QString::number(mainPort) + u'/' +
@@ -408,10 +406,9 @@ private Q_SLOTS:
         forgetLog();
         connection->logSourceNamesSummary();
         QCOMPARE(connection->statusMessage(), u"Loaded 1 source names"_s);
-        QCOMPARE(loggedMessages(*m_logger),
-                 QStringList({u"[INFO] Source names loaded: 1 total"_s,
-                              u"[INFO]   - Engineering only: 0"_s,
-                              u"[INFO]   - With menu name: 1"_s}));
+        QCOMPARE(loggedMessages(*m_logger), QStringList({u"[INFO] Source names loaded: 1 total"_s,
+                                                         u"[INFO]   - Engineering only: 0"_s,
+                                                         u"[INFO]   - With menu name: 1"_s}));
     }
 
     void queuedMergesAreDroppedWithTheConnection()

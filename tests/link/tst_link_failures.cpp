@@ -25,8 +25,7 @@ void answerExchanges(LinkFixture& link, QList<int> answered)
                              return;
                          }
                          const int exchange = (*pings)++;
-                         link.frame.setAnsweringPings(exchange == 0 ||
-                                                      answered.contains(exchange));
+                         link.frame.setAnsweringPings(exchange == 0 || answered.contains(exchange));
                      });
 }
 
@@ -52,10 +51,10 @@ private Q_SLOTS:
                                   connectTimeoutMs);
         const QStringList lines = heartbeatLines(link.messages());
         QCOMPARE(lines.mid(0, 5), QStringList({u"[INFO] Verifying heartbeat (3 exchanges)..."_s,
-                                              u"[INFO] Heartbeat 1 verified (1/3)"_s,
-                                              u"[INFO] Heartbeat 3 verified (2/3)"_s,
-                                              u"[INFO] Heartbeat 5 verified (3/3)"_s,
-                                              u"[INFO] Heartbeat verification complete!"_s}));
+                                               u"[INFO] Heartbeat 1 verified (1/3)"_s,
+                                               u"[INFO] Heartbeat 3 verified (2/3)"_s,
+                                               u"[INFO] Heartbeat 5 verified (3/3)"_s,
+                                               u"[INFO] Heartbeat verification complete!"_s}));
     }
 
     void verificationFailsWithTwoAnswersOfFive()
@@ -101,9 +100,9 @@ private Q_SLOTS:
                                   connectTimeoutMs);
         const QStringList lines = heartbeatLines(link.messages());
         QCOMPARE(lines.mid(1, 4), QStringList({u"[INFO] Heartbeat 1 verified (1/3)"_s,
-                                              u"[INFO] Heartbeat 2 verified (2/3)"_s,
-                                              u"[INFO] Heartbeat 3 verified (3/3)"_s,
-                                              u"[INFO] Heartbeat verification complete!"_s}));
+                                               u"[INFO] Heartbeat 2 verified (2/3)"_s,
+                                               u"[INFO] Heartbeat 3 verified (3/3)"_s,
+                                               u"[INFO] Heartbeat verification complete!"_s}));
     }
 
     void onlyAnAckCountsWhateverItsSequence()
@@ -112,45 +111,43 @@ private Q_SLOTS:
         emulator::FrameEmulatorOptions options;
         LinkFixture link(options);
         auto pings = std::make_shared<int>(0);
-        QObject::connect(&link.frame, &emulator::FrameEmulator::datagramReceived, &link.frame,
-                         [&link, pings](const emulator::ReceivedDatagram& datagram) {
-                             if (datagram.localPort != 5123 ||
-                                 datagram.message.kind != ClientMessageKind::ping) {
-                                 return;
-                             }
-                             const int exchange = (*pings)++;
-                             link.frame.setAnsweringPings(exchange == 0 || exchange > 2);
-                             using emulator::ClientPort;
-                             using emulator::FramePort;
-                             if (exchange == 1) {
-                                 link.frame.sendRaw(FramePort::dynamic, ClientPort::main,
-                                                    bytes("00 02 ab cd"));
-                             } else if (exchange == 2) {
-                                 link.frame.sendRaw(FramePort::dynamic, ClientPort::main,
-                                                    bytes("02"));
-                                 link.frame.sendRaw(FramePort::dynamic, ClientPort::main,
-                                                    bytes("00 01 00 00"));
-                             }
-                         });
+        QObject::connect(
+            &link.frame, &emulator::FrameEmulator::datagramReceived, &link.frame,
+            [&link, pings](const emulator::ReceivedDatagram& datagram) {
+                if (datagram.localPort != 5123 ||
+                    datagram.message.kind != ClientMessageKind::ping) {
+                    return;
+                }
+                const int exchange = (*pings)++;
+                link.frame.setAnsweringPings(exchange == 0 || exchange > 2);
+                using emulator::ClientPort;
+                using emulator::FramePort;
+                if (exchange == 1) {
+                    link.frame.sendRaw(FramePort::dynamic, ClientPort::main, bytes("00 02 ab cd"));
+                } else if (exchange == 2) {
+                    link.frame.sendRaw(FramePort::dynamic, ClientPort::main, bytes("02"));
+                    link.frame.sendRaw(FramePort::dynamic, ClientPort::main, bytes("00 01 00 00"));
+                }
+            });
         QVERIFY(link.startFrame());
         link.connection->connect(u"127.0.0.1"_s, 1, 35);
         QTRY_COMPARE_WITH_TIMEOUT(link.connection->connectionState(), ConnectionState::connected,
                                   connectTimeoutMs);
         const QStringList lines = heartbeatLines(link.messages());
         QCOMPARE(lines.mid(1, 4), QStringList({u"[INFO] Heartbeat 1 verified (1/3)"_s,
-                                              u"[INFO] Heartbeat 3 verified (2/3)"_s,
-                                              u"[INFO] Heartbeat 4 verified (3/3)"_s,
-                                              u"[INFO] Heartbeat verification complete!"_s}));
+                                               u"[INFO] Heartbeat 3 verified (2/3)"_s,
+                                               u"[INFO] Heartbeat 4 verified (3/3)"_s,
+                                               u"[INFO] Heartbeat verification complete!"_s}));
     }
 
     void cancelAtEveryStage_data()
     {
         QTest::addColumn<ConnectionState>("stage");
         QTest::addColumn<QString>("stageLine");
-        QTest::newRow("handshake") << ConnectionState::handshake
-                                   << u"[INFO] Handshake cancelled by user"_s;
-        QTest::newRow("heartbeat") << ConnectionState::heartbeat
-                                   << u"[INFO] Heartbeat verification cancelled"_s;
+        QTest::newRow("handshake")
+            << ConnectionState::handshake << u"[INFO] Handshake cancelled by user"_s;
+        QTest::newRow("heartbeat")
+            << ConnectionState::heartbeat << u"[INFO] Heartbeat verification cancelled"_s;
         QTest::newRow("loading names") << ConnectionState::loadingNames << QString();
         QTest::newRow("loading buttons") << ConnectionState::loadingButtons << QString();
     }
@@ -180,8 +177,8 @@ private Q_SLOTS:
         QCOMPARE(link.connection->statusMessage(), u"Disconnected"_s);
         QCOMPARE(link.connection->mainSock(), -1);
         QCOMPARE(link.messages().mid(before, 2),
-                 QStringList({u"[INFO] Connection cancelled by user"_s,
-                              u"[INFO] Disconnect requested"_s}));
+                 QStringList(
+                     {u"[INFO] Connection cancelled by user"_s, u"[INFO] Disconnect requested"_s}));
         if (!stageLine.isEmpty())
             QTRY_VERIFY(link.logged(stageLine));
 
@@ -194,7 +191,8 @@ private Q_SLOTS:
         QVERIFY(link.connection->mappings().isEmpty());
         QCOMPARE(link.connection->savedHost(), QString());
         const QStringList later = link.messages().mid(settled);
-        QVERIFY2(later.filter(u"Connected"_s).isEmpty() && later.filter(u"Read complete"_s).isEmpty(),
+        QVERIFY2(later.filter(u"Connected"_s).isEmpty() &&
+                     later.filter(u"Read complete"_s).isEmpty(),
                  qPrintable(later.join(u'\n')));
     }
 
@@ -219,8 +217,8 @@ private Q_SLOTS:
             u"^\\[ERROR\\] Heartbeat timeout: no ACK for [34]s, disconnecting$"_s);
         QCOMPARE(link.messages().filter(timeout).size(), 1);
         // The time-out text is shown, then disconnect puts its own.
-        QCOMPARE(statuses, QStringList({u"Connection lost (heartbeat timeout)"_s,
-                                        u"Disconnected"_s}));
+        QCOMPARE(statuses,
+                 QStringList({u"Connection lost (heartbeat timeout)"_s, u"Disconnected"_s}));
         QCOMPARE(link.connection->isConnected(), false);
         QVERIFY(link.connection->mappings().isEmpty());
         QCOMPARE(link.connection->mainSock(), -1);

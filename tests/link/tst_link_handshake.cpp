@@ -47,12 +47,10 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(link.connection->connectionState(), ConnectionState::connected,
                                   connectTimeoutMs);
 
-        const QList<StateStep> walk{{ConnectionState::connecting, 0.1},
-                                    {ConnectionState::handshake, 0.25},
-                                    {ConnectionState::heartbeat, 0.4},
-                                    {ConnectionState::loadingNames, 0.55},
-                                    {ConnectionState::loadingButtons, 0.75},
-                                    {ConnectionState::connected, 1.0}};
+        const QList<StateStep> walk{
+            {ConnectionState::connecting, 0.1},      {ConnectionState::handshake, 0.25},
+            {ConnectionState::heartbeat, 0.4},       {ConnectionState::loadingNames, 0.55},
+            {ConnectionState::loadingButtons, 0.75}, {ConnectionState::connected, 1.0}};
         QCOMPARE(link.steps, walk);
         QCOMPARE(link.connection->isConnected(), true);
         QCOMPARE(link.connection->isLoading(), false);
@@ -72,8 +70,8 @@ private Q_SLOTS:
         QCOMPARE(toDynamicPort[1], bytes("00 01 00 00"));
         QCOMPARE(toDynamicPort[2],
                  bytes("00 04 04 91 00 02 00 1f 00 00 00 0b 00 00 00 2c 00 03 00 00"));
-        QCOMPARE(toDynamicPort[3], bytes("00 04 04 92 00 02 00 08 00 00 00 24 00 00 00 2e") +
-                                       QByteArray(16, '\0'));
+        QCOMPARE(toDynamicPort[3],
+                 bytes("00 04 04 92 00 02 00 08 00 00 00 24 00 00 00 2e") + QByteArray(16, '\0'));
         QCOMPARE(toDynamicPort[4], bytes("00 04 04 93 00 02 00 06 00 00 00 0c 00 00 00 14 "
                                          "17 96 02 00 01 00 00 07 00 00 00 0a"));
         QCOMPARE(toDynamicPort[5], bytes("00 04 04 94 00 02 00 05 00 00 00 09 00 00 00 10 "
@@ -93,14 +91,17 @@ private Q_SLOTS:
               u"[INFO] Handshake Stage 5: Sending SYNC to dynamic port 5123"_s,
               u"[INFO] Handshake Stage 6: Sending PING to dynamic port 5123"_s,
               u"[INFO] Handshake Stage 7: Sending ClientID to dynamic port"_s,
-              u"[INFO] Handshake complete!"_s, u"[INFO] Sending registration commands..."_s,
+              u"[INFO] Handshake complete!"_s,
+              u"[INFO] Sending registration commands..."_s,
               u"[INFO] Sending suite 1 registration commands..."_s,
               u"[INFO] Verifying heartbeat (3 exchanges)..."_s,
-              u"[INFO] Heartbeat 1 verified (1/3)"_s, u"[INFO] Heartbeat 2 verified (2/3)"_s,
+              u"[INFO] Heartbeat 1 verified (1/3)"_s,
+              u"[INFO] Heartbeat 2 verified (2/3)"_s,
               u"[INFO] Heartbeat 3 verified (3/3)"_s,
               u"[INFO] Heartbeat verification complete!"_s,
               u"[INFO] Connected successfully to 127.0.0.1:5123"_s,
-              u"[INFO] Starting heartbeat timer"_s, u"[INFO] Starting receive timer (50Hz)"_s,
+              u"[INFO] Starting heartbeat timer"_s,
+              u"[INFO] Starting receive timer (50Hz)"_s,
               u"[INFO] Saved host: 127.0.0.1"_s}) {
             QVERIFY2(messages.contains(line), qPrintable(line));
         }
@@ -156,7 +157,8 @@ private Q_SLOTS:
         const QStringList messages = link.messages();
         QVERIFY(messages.contains(u"[INFO] Handshake Stage 4: Waiting for port announcement"_s));
         QVERIFY(messages.contains(u"[INFO] Received port announcement: dynamic port = 5207"_s));
-        QVERIFY(messages.contains(u"[INFO] Handshake Stage 5: Sending SYNC to dynamic port 5207"_s));
+        QVERIFY(
+            messages.contains(u"[INFO] Handshake Stage 5: Sending SYNC to dynamic port 5207"_s));
         QVERIFY(!messages.filter(u"Listener RX from port 5001 (stage 4): [20 bytes] "_s).isEmpty());
         QVERIFY(link.frame.isAnnouncementAcknowledged());
         // The announcement's ACK leaves the listener for port 5001.
@@ -181,7 +183,8 @@ private Q_SLOTS:
                                    bytes("00 04 00 0a 00 02 00 10 00 00 00 00 00 00 00 00 00 00 "
                                          "14 03")));
         QTRY_VERIFY(link.logged(u"[INFO] Received port announcement: dynamic port = 5123"_s));
-        QVERIFY(!link.messages().filter(u"[HEX] Listener RX from port 5001 (stage 3): [20 bytes]"_s)
+        QVERIFY(!link.messages()
+                     .filter(u"[HEX] Listener RX from port 5001 (stage 3): [20 bytes]"_s)
                      .isEmpty());
         QVERIFY(link.frame.receivedOn(5123).isEmpty()); // not yet: stage 3 waits for its ACK
 
@@ -218,7 +221,8 @@ private Q_SLOTS:
         // A short announcement is not one; a full one moves the handshake on.
         QVERIFY(link.frame.sendRaw(FramePort::announce, ClientPort::listener,
                                    bytes("00 04 00 09 00 02 00 10 00 00 00 00 00 00 00 00 00 00")));
-        QTRY_VERIFY(!link.messages().filter(u"Listener RX from port 5001 (stage 4): [18 bytes]"_s)
+        QTRY_VERIFY(!link.messages()
+                         .filter(u"Listener RX from port 5001 (stage 4): [18 bytes]"_s)
                          .isEmpty());
         QCOMPARE(link.connection->dynamicPort(), quint16{0});
         QVERIFY(link.frame.sendRaw(FramePort::announce, ClientPort::listener,
@@ -277,14 +281,16 @@ private Q_SLOTS:
         QTRY_COMPARE(link.frame.receivedOn(5000).size(), 1);
         QVERIFY(link.frame.sendRaw(FramePort::initial, ClientPort::listener, bytes("00 01 00 07")));
         QVERIFY(link.frame.sendRaw(FramePort::initial, ClientPort::listener, bytes("00 06 00 08")));
-        QVERIFY(link.frame.sendRaw(FramePort::announce, ClientPort::listener, bytes("00 01 01 02")));
-        QTRY_VERIFY(link.logged(
-            u"[INFO] Received PING from announce port, sending ACK with seq 1.2"_s));
+        QVERIFY(
+            link.frame.sendRaw(FramePort::announce, ClientPort::listener, bytes("00 01 01 02")));
+        QTRY_VERIFY(
+            link.logged(u"[INFO] Received PING from announce port, sending ACK with seq 1.2"_s));
         QTRY_VERIFY(link.logged(
             u"[INFO] Received PING from port 5000 on listener, sending ACK with seq 0.7"_s));
         QTRY_VERIFY(link.logged(
             u"[INFO] Received SYNC from port 5000 on listener, sending ACK with seq 0.8"_s));
-        QVERIFY(link.logged(u"[HEX] Listener RX from port 5001 (stage 1): [4 bytes] 00 01 01 02"_s));
+        QVERIFY(
+            link.logged(u"[HEX] Listener RX from port 5001 (stage 1): [4 bytes] 00 01 01 02"_s));
         QTRY_COMPARE(link.frame.receivedOn(5001).size(), 1);
         QCOMPARE(link.frame.receivedOn(5001)[0].bytes, bytes("00 02 01 02"));
         QCOMPARE(link.frame.receivedOn(5001)[0].senderPort, quint16{6135});
@@ -297,7 +303,8 @@ private Q_SLOTS:
             }
             return acks;
         };
-        QTRY_COMPARE(fromListener(), QList<QByteArray>({bytes("00 02 00 07"), bytes("00 02 00 08")}));
+        QTRY_COMPARE(fromListener(),
+                     QList<QByteArray>({bytes("00 02 00 07"), bytes("00 02 00 08")}));
     }
 
     void suitesUseTheirOwnPorts_data()
@@ -359,8 +366,10 @@ private Q_SLOTS:
         QCOMPARE(link.connection->connectionState(), ConnectionState::idle);
         QCOMPARE(link.connection->isLoading(), false);
         QVERIFY(link.logged(u"[ERROR] Failed to create sockets"_s));
-        QVERIFY(link.messages().filter(u"Sockets created: main="_s).value(0).endsWith(
-            u", listener=-1"_s));
+        QVERIFY(link.messages()
+                    .filter(u"Sockets created: main="_s)
+                    .value(0)
+                    .endsWith(u", listener=-1"_s));
         QVERIFY(link.frame.received().isEmpty());
         QCOMPARE(link.connection->savedHost(), QString());
     }
@@ -402,8 +411,7 @@ private Q_SLOTS:
         QElapsedTimer clock;
         clock.start();
         link.connection->connect(u"127.0.0.1"_s, 1, 35);
-        QTRY_COMPARE_WITH_TIMEOUT(link.connection->statusMessage(), u"Handshake timeout"_s,
-                                  15'000);
+        QTRY_COMPARE_WITH_TIMEOUT(link.connection->statusMessage(), u"Handshake timeout"_s, 15'000);
         const qint64 elapsed = clock.elapsed();
         QVERIFY2(elapsed >= 10'000 && elapsed < 11'500, qPrintable(QString::number(elapsed)));
         QCOMPARE(link.connection->connectionState(), ConnectionState::idle);

@@ -94,18 +94,19 @@ private Q_SLOTS:
 
         const QString count = QString::number(link.connection->mappings().size());
         const QStringList messages = link.messages();
-        for (const QString& line : QStringList{
-                 u"[INFO] Auto-loading all data..."_s,
-              u"[INFO] Subscribing to source names (0x0210 + 0x020b)..."_s,
-              u"[INFO] Starting listener, then sending subscriptions..."_s,
-              u"[INFO] Subscriptions sent, now listening for responses..."_s,
-              QString(u"[INFO] Source names loaded: "_s +
-                      QString::number(link.frame.show().names().size()) + u" total"_s),
-              u"[INFO] sendAllBusSubscriptions starting for PGM with 35-button mode"_s,
-              u"[INFO] Sent early 0x01fd frame info subscription"_s,
-              u"[INFO] Sent 140 button subscriptions for PGM (35-button mode)"_s,
-              u"[INFO] Starting active listen phase (1.5s) for PGM"_s,
-              QString(u"[INFO] Read complete: PGM-35 cached with "_s + count + u" mappings"_s)}) {
+        for (const QString& line :
+             QStringList{u"[INFO] Auto-loading all data..."_s,
+                         u"[INFO] Subscribing to source names (0x0210 + 0x020b)..."_s,
+                         u"[INFO] Starting listener, then sending subscriptions..."_s,
+                         u"[INFO] Subscriptions sent, now listening for responses..."_s,
+                         QString(u"[INFO] Source names loaded: "_s +
+                                 QString::number(link.frame.show().names().size()) + u" total"_s),
+                         u"[INFO] sendAllBusSubscriptions starting for PGM with 35-button mode"_s,
+                         u"[INFO] Sent early 0x01fd frame info subscription"_s,
+                         u"[INFO] Sent 140 button subscriptions for PGM (35-button mode)"_s,
+                         u"[INFO] Starting active listen phase (1.5s) for PGM"_s,
+                         QString(u"[INFO] Read complete: PGM-35 cached with "_s + count +
+                                 u" mappings"_s)}) {
             QVERIFY2(messages.contains(line), qPrintable(line));
         }
         QVERIFY(!messages.filter(u"[HEX] Source definition subscription (0x0210): [52 bytes] "_s)
@@ -228,7 +229,8 @@ private Q_SLOTS:
         QCOMPARE(link.connection->statusMessage(), u"Wrote PGM S1B1 > 1042"_s);
         const QStringList tail = link.messages().mid(link.messages().size() - 4);
         QCOMPARE(tail[0], u"[INFO] writeMapping: PGM S1B1 > 1042 (buttonCount=35)"_s);
-        QVERIFY2(tail[1].startsWith(u"[HEX] Write command: [26 bytes] 00 04 "_s), qPrintable(tail[1]));
+        QVERIFY2(tail[1].startsWith(u"[HEX] Write command: [26 bytes] 00 04 "_s),
+                 qPrintable(tail[1]));
         QVERIFY(tail[1].endsWith(u" 00 02 00 06 00 00 00 0a 00 00 00 12 13 85 01 00 89 00 10 30 "
                                  u"04 12"_s));
         QCOMPARE(tail[2], u"[INFO] Wrote PGM S1B1 > 1042"_s);
@@ -289,7 +291,8 @@ private Q_SLOTS:
         QCOMPARE(link.connection->sourceNames().value(12).eng, known.eng);
         QCOMPARE(link.connection->sourceNames().value(12).menu, known.menu);
         QVERIFY(!link.messages().filter(u"[INFO] 020b LIVE [prefix="_s).isEmpty());
-        QVERIFY(!link.messages().filter(u"[INFO] Source name update (0x020b) found at pos 16"_s)
+        QVERIFY(!link.messages()
+                     .filter(u"[INFO] Source name update (0x020b) found at pos 16"_s)
                      .isEmpty());
     }
 
@@ -328,7 +331,7 @@ private Q_SLOTS:
         // PING, SYNC and DATA are acknowledged to the sender's port from the socket they came
         // in on; the 3-byte datagram and the unknown types are not.
         QTRY_COMPARE(acksFrom(5123), QList<QByteArray>({bytes("00 02 12 34"), bytes("00 02 00 07"),
-                                                       bytes("00 02 00 09")}));
+                                                        bytes("00 02 00 09")}));
         QTRY_COMPARE(acksFrom(5000), QList<QByteArray>({bytes("00 02 00 21")}));
         QCOMPARE(link.frame.receivedOn(5000).last().senderPort, quint16{6133});
 
@@ -377,8 +380,8 @@ private Q_SLOTS:
         int pulsesAfter = 0;
         QObject::connect(link.connection.get(), &GVConnection::heartbeatPulseChanged,
                          link.connection.get(), [&] {
-                             const bool connected = link.connection->connectionState() ==
-                                                    ConnectionState::connected;
+                             const bool connected =
+                                 link.connection->connectionState() == ConnectionState::connected;
                              ++(connected ? pulsesAfter : pulsesBeforeConnected);
                          });
         link.connection->connect(u"127.0.0.1"_s, 1, 35);
@@ -418,10 +421,11 @@ private Q_SLOTS:
         QCOMPARE(link.connection->mainSock(), -1);
         QCOMPARE(link.connection->listenerSock(), -1);
         const QStringList tail = link.messages().mid(link.messages().size() - 4);
-        QCOMPARE(tail, QStringList({u"[INFO] Disconnect requested"_s, u"[INFO] Main socket closed"_s,
-                                    u"[INFO] Listener socket closed"_s,
-                                    u"[INFO] Disconnected - mappings, source names, and "
-                                    u"subscribed modes cleared"_s}));
+        QCOMPARE(tail,
+                 QStringList({u"[INFO] Disconnect requested"_s, u"[INFO] Main socket closed"_s,
+                              u"[INFO] Listener socket closed"_s,
+                              u"[INFO] Disconnected - mappings, source names, and "
+                              u"subscribed modes cleared"_s}));
         link.frame.clearRecords();
         QTest::qWait(1500);
         QVERIFY(link.frame.received().isEmpty()); // no keep-alive any more

@@ -16,8 +16,7 @@ using namespace quorvane;
 int main(int argc, char** argv)
 {
     if (argc != 2) {
-        std::fputs("usage: programming_error_probe base-zero|locate-zero|locate-huge|ok\n",
-                   stderr);
+        std::fputs("usage: programming_error_probe base-zero|locate-zero|locate-huge|ok\n", stderr);
         return 2;
     }
     const char* what = argv[1];

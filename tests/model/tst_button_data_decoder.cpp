@@ -58,13 +58,13 @@ constexpr quint8 pgmCode = 0x30;
 QByteArray record(quint16 field, quint8 busCode, quint32 source)
 {
     QByteArray r;
-    r.append(bytes("13 85"));                         // marker
-    r.append(bytes("ee ee"));                         // not examined
-    r.append(bytes("89"));                            // marker
-    r.append(char(field >> 8)).append(char(field));  // button field
-    r.append(char(busCode));                          // bus code
-    r.append(bytes("ee ee"));                         // not examined
-    for (int shift = 24; shift >= 0; shift -= 8)      // source
+    r.append(bytes("13 85"));                       // marker
+    r.append(bytes("ee ee"));                       // not examined
+    r.append(bytes("89"));                          // marker
+    r.append(char(field >> 8)).append(char(field)); // button field
+    r.append(char(busCode));                        // bus code
+    r.append(bytes("ee ee"));                       // not examined
+    for (int shift = 24; shift >= 0; shift -= 8)    // source
         r.append(char(source >> shift));
     return r;
 }
@@ -173,9 +173,9 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("data");
         QTest::addColumn<QString>("warning");
         // A complete record followed by five bytes: it would decode in a longer datagram.
-        QTest::newRow("19 bytes")
-            << QByteArray(record(20, me1Code, 1, 1, 1042) + bytes("00 00 00 00 00"))
-            << u"[WARN] parseButtonData: data too short (19 bytes)"_s;
+        QTest::newRow("19 bytes") << QByteArray(record(20, me1Code, 1, 1, 1042) +
+                                                bytes("00 00 00 00 00"))
+                                  << u"[WARN] parseButtonData: data too short (19 bytes)"_s;
         QTest::newRow("empty") << QByteArray()
                                << u"[WARN] parseButtonData: data too short (0 bytes)"_s;
     }
@@ -237,9 +237,9 @@ private Q_SLOTS:
         logger.setEcho(nullptr);
         MappingTable mappings;
 
-        const bool changed = parseButtonData(
-            datagram({record(static_cast<quint16>(field), me1Code, 1042)}), buttonCount,
-            mappings, logger);
+        const bool changed =
+            parseButtonData(datagram({record(static_cast<quint16>(field), me1Code, 1042)}),
+                            buttonCount, mappings, logger);
 
         if (key.isEmpty()) {
             QCOMPARE(changed, false);
@@ -276,8 +276,8 @@ private Q_SLOTS:
         logger.setEcho(nullptr);
         MappingTable mappings;
 
-        QCOMPARE(parseButtonData(datagram({record(20, static_cast<quint8>(code), 3, 4, 1042)}),
-                                 20, mappings, logger),
+        QCOMPARE(parseButtonData(datagram({record(20, static_cast<quint8>(code), 3, 4, 1042)}), 20,
+                                 mappings, logger),
                  true);
         QCOMPARE(mappings.keys(), QStringList(key));
         const ButtonMapping stored = mappings.value(key);
@@ -308,8 +308,8 @@ private Q_SLOTS:
         logger.setEcho(nullptr);
         MappingTable mappings;
 
-        const QByteArray data = datagram({record(20, static_cast<quint8>(code), 1, 1, 500),
-                                          record(20, me1Code, 1, 2, 1042)});
+        const QByteArray data = datagram(
+            {record(20, static_cast<quint8>(code), 1, 1, 500), record(20, me1Code, 1, 2, 1042)});
         QCOMPARE(parseButtonData(data, 20, mappings, logger), true);
         QCOMPARE(mappings.keys(), QStringList(u"ME1-20-1-2"_s));
         QCOMPARE(loggedMessages(logger),
@@ -334,9 +334,9 @@ private Q_SLOTS:
         DebugLogger logger;
         logger.setEcho(nullptr);
         MappingTable mappings;
-        QCOMPARE(parseButtonData(datagram({record(20, 0x60, 1, 1, 0xFFFFFFFF)}), 20, mappings,
-                                 logger),
-                 false);
+        QCOMPARE(
+            parseButtonData(datagram({record(20, 0x60, 1, 1, 0xFFFFFFFF)}), 20, mappings, logger),
+            false);
         QVERIFY(mappings.isEmpty());
         QCOMPARE(loggedMessages(logger), QStringList(u"[WARN] Unknown bus field: 0x60"_s));
     }
@@ -402,13 +402,12 @@ private Q_SLOTS:
             const QString key = u"ME2-20-1-"_s + QString::number(button);
             QCOMPARE(mappings.value(key).source, 1000 + button);
         }
-        QCOMPARE(loggedMessages(logger),
-                 QStringList({u"[INFO] Parsed: ME2 S1B1 = 1001"_s,
-                              u"[INFO] Parsed: ME2 S1B2 = 1002"_s,
-                              u"[INFO] Parsed: ME2 S1B3 = 1003"_s,
-                              u"[INFO] Parsed: ME2 S1B4 = 1004"_s,
-                              u"[INFO] Parsed: ME2 S1B5 = 1005"_s,
-                              u"[INFO] parseButtonData: found 8 button mappings in packet"_s}));
+        QCOMPARE(
+            loggedMessages(logger),
+            QStringList({u"[INFO] Parsed: ME2 S1B1 = 1001"_s, u"[INFO] Parsed: ME2 S1B2 = 1002"_s,
+                         u"[INFO] Parsed: ME2 S1B3 = 1003"_s, u"[INFO] Parsed: ME2 S1B4 = 1004"_s,
+                         u"[INFO] Parsed: ME2 S1B5 = 1005"_s,
+                         u"[INFO] parseButtonData: found 8 button mappings in packet"_s}));
     }
 
     void removalsAlwaysLoggedButCountTowardsTheParsedLimit()
@@ -420,28 +419,27 @@ private Q_SLOTS:
                               {u"ME1-20-2-3"_s, mapping(Bus::me1, 2, 3, 79)},
                               {u"ME1-20-2-4"_s, mapping(Bus::me1, 2, 4, 80)}};
         const QByteArray data = datagram({
-            record(20, me1Code, 2, 1, 0),    // removal, count 1
-            record(20, me1Code, 2, 2, 0),    // removal, count 2
-            record(20, me1Code, 1, 1, 101),  // count 3
-            record(20, me1Code, 1, 2, 102),  // count 4
-            record(20, me1Code, 1, 3, 103),  // count 5, the last "Parsed" line
-            record(20, me1Code, 1, 4, 104),  // count 6, not logged
-            record(20, me1Code, 2, 3, 0),    // removal, count 7, still logged
-            record(20, me1Code, 1, 5, 105),  // count 8, not logged
-            record(20, me1Code, 2, 4, 0),    // removal, count 9, still logged
+            record(20, me1Code, 2, 1, 0),   // removal, count 1
+            record(20, me1Code, 2, 2, 0),   // removal, count 2
+            record(20, me1Code, 1, 1, 101), // count 3
+            record(20, me1Code, 1, 2, 102), // count 4
+            record(20, me1Code, 1, 3, 103), // count 5, the last "Parsed" line
+            record(20, me1Code, 1, 4, 104), // count 6, not logged
+            record(20, me1Code, 2, 3, 0),   // removal, count 7, still logged
+            record(20, me1Code, 1, 5, 105), // count 8, not logged
+            record(20, me1Code, 2, 4, 0),   // removal, count 9, still logged
         });
 
         QCOMPARE(parseButtonData(data, 20, mappings, logger), true);
         QCOMPARE(mappings.size(), 5);
-        QCOMPARE(loggedMessages(logger),
-                 QStringList({u"[INFO] Removed: ME1 S2B1 (source=0)"_s,
-                              u"[INFO] Removed: ME1 S2B2 (source=0)"_s,
-                              u"[INFO] Parsed: ME1 S1B1 = 101"_s,
-                              u"[INFO] Parsed: ME1 S1B2 = 102"_s,
-                              u"[INFO] Parsed: ME1 S1B3 = 103"_s,
-                              u"[INFO] Removed: ME1 S2B3 (source=0)"_s,
-                              u"[INFO] Removed: ME1 S2B4 (source=0)"_s,
-                              u"[INFO] parseButtonData: found 9 button mappings in packet"_s}));
+        QCOMPARE(
+            loggedMessages(logger),
+            QStringList(
+                {u"[INFO] Removed: ME1 S2B1 (source=0)"_s, u"[INFO] Removed: ME1 S2B2 (source=0)"_s,
+                 u"[INFO] Parsed: ME1 S1B1 = 101"_s, u"[INFO] Parsed: ME1 S1B2 = 102"_s,
+                 u"[INFO] Parsed: ME1 S1B3 = 103"_s, u"[INFO] Removed: ME1 S2B3 (source=0)"_s,
+                 u"[INFO] Removed: ME1 S2B4 (source=0)"_s,
+                 u"[INFO] parseButtonData: found 9 button mappings in packet"_s}));
     }
 
     void laterRecordForTheSameButtonWins()
@@ -455,10 +453,10 @@ private Q_SLOTS:
         QCOMPARE(parseButtonData(data, 20, mappings, logger), true);
         QCOMPARE(mappings.keys(), QStringList(u"PGM-20-4-20"_s));
         QCOMPARE(mappings.value(u"PGM-20-4-20"_s).source, 200);
-        QCOMPARE(loggedMessages(logger),
-                 QStringList({u"[INFO] Parsed: PGM S4B20 = 100"_s,
-                              u"[INFO] Parsed: PGM S4B20 = 200"_s,
-                              u"[INFO] parseButtonData: found 2 button mappings in packet"_s}));
+        QCOMPARE(
+            loggedMessages(logger),
+            QStringList({u"[INFO] Parsed: PGM S4B20 = 100"_s, u"[INFO] Parsed: PGM S4B20 = 200"_s,
+                         u"[INFO] parseButtonData: found 2 button mappings in packet"_s}));
     }
 
     void storingReplacesTheMappingWithAFreshOne()
@@ -469,8 +467,7 @@ private Q_SLOTS:
         MappingTable mappings{{u"ME1-20-1-1"_s, old}};
 
         // The same source again still replaces the record, so it counts as a change.
-        QCOMPARE(parseButtonData(datagram({record(20, me1Code, 1, 1, 1042)}), 20, mappings,
-                                 logger),
+        QCOMPARE(parseButtonData(datagram({record(20, me1Code, 1, 1, 1042)}), 20, mappings, logger),
                  true);
         const ButtonMapping stored = mappings.value(u"ME1-20-1-1"_s);
         QCOMPARE(stored.source, 1042);
@@ -522,9 +519,9 @@ private Q_SLOTS:
         logger.setEcho(nullptr);
         MappingTable mappings;
 
-        QCOMPARE(parseButtonData(datagram({record(20, me1Code, 1, 1, source)}), 20, mappings,
-                                 logger),
-                 true);
+        QCOMPARE(
+            parseButtonData(datagram({record(20, me1Code, 1, 1, source)}), 20, mappings, logger),
+            true);
         QCOMPARE(mappings.value(u"ME1-20-1-1"_s).source, stored);
         QCOMPARE(loggedMessages(logger).first(), parsed);
     }
@@ -582,17 +579,17 @@ private Q_SLOTS:
     {
         // The scan resumes two bytes after a record's start, so a second record may begin
         // inside the first one's unexamined bytes and share its data.
-        const QByteArray data = bytes(
-            "13 85"        // first record: marker
-            "13 85"        //   not examined; second record: marker
-            "89"           //   marker
-            "00 89"        //   field 137 = S1B8 at 35 buttons; second: marker 89
-            "00"           //   bus ME1; second: field high byte
-            "10"           //   not examined; second: field low byte, 16 = S1B1
-            "10"           //   not examined; second: bus ME2
-            "00 00 04 12"  //   source 1042; second: two bytes not examined, source bytes 1-2
-            "00 07"        // second: source bytes 3-4, 0x04120007 = 68288519
-            "00 00 00 00");
+        const QByteArray data =
+            bytes("13 85"       // first record: marker
+                  "13 85"       //   not examined; second record: marker
+                  "89"          //   marker
+                  "00 89"       //   field 137 = S1B8 at 35 buttons; second: marker 89
+                  "00"          //   bus ME1; second: field high byte
+                  "10"          //   not examined; second: field low byte, 16 = S1B1
+                  "10"          //   not examined; second: bus ME2
+                  "00 00 04 12" //   source 1042; second: two bytes not examined, source bytes 1-2
+                  "00 07"       // second: source bytes 3-4, 0x04120007 = 68288519
+                  "00 00 00 00");
         DebugLogger logger;
         logger.setEcho(nullptr);
         MappingTable mappings;
@@ -612,19 +609,19 @@ private Q_SLOTS:
         // No record can begin one byte after another's start (that byte is the 0x85 marker),
         // so the two-byte step never jumps over one. From there the scan goes byte by byte
         // again and finds a record that begins at an odd offset inside the first.
-        const QByteArray data = bytes(
-            "13 85"        // first record: marker
-            "ee ee"        //   not examined
-            "89"           //   marker
-            "00 13"        //   field 19 = S1B1 at 20 buttons
-            "00"           //   bus ME1
-            "ee 13"        //   not examined; second record at offset 9: marker 13
-            "85 00 00 89"  //   source 0x85000089; second: marker 85, not examined, marker 89
-            "00 23"        // second: field 35 = S1B2
-            "10"           // second: bus ME2
-            "ee ee"        // second: not examined
-            "00 00 04 12"  // second: source 1042
-            "00");
+        const QByteArray data =
+            bytes("13 85"       // first record: marker
+                  "ee ee"       //   not examined
+                  "89"          //   marker
+                  "00 13"       //   field 19 = S1B1 at 20 buttons
+                  "00"          //   bus ME1
+                  "ee 13"       //   not examined; second record at offset 9: marker 13
+                  "85 00 00 89" //   source 0x85000089; second: marker 85, not examined, marker 89
+                  "00 23"       // second: field 35 = S1B2
+                  "10"          // second: bus ME2
+                  "ee ee"       // second: not examined
+                  "00 00 04 12" // second: source 1042
+                  "00");
         DebugLogger logger;
         logger.setEcho(nullptr);
         MappingTable mappings;
@@ -689,8 +686,8 @@ private Q_SLOTS:
                     const std::optional<ButtonPosition> at(ButtonPosition{shift, button});
                     QCOMPARE(quorvane::locateButton(field, buttonCount), at);
                     QCOMPARE(quorvane::locateButton(quint16(field + 15), buttonCount), at);
-                    records.append(record(field, busCode(bus),
-                                          sourceOf(int(busIndex), shift, button)));
+                    records.append(
+                        record(field, busCode(bus), sourceOf(int(busIndex), shift, button)));
                 }
             }
         }
@@ -706,9 +703,8 @@ private Q_SLOTS:
             const Bus bus = allBuses[busIndex];
             for (int shift = 1; shift <= 4; ++shift) {
                 for (int button = 1; button <= buttonCount; ++button) {
-                    const QString key = busName(bus) + u'-' + QString::number(buttonCount) +
-                                        u'-' + QString::number(shift) + u'-' +
-                                        QString::number(button);
+                    const QString key = busName(bus) + u'-' + QString::number(buttonCount) + u'-' +
+                                        QString::number(shift) + u'-' + QString::number(button);
                     QVERIFY2(mappings.contains(key), qPrintable(key));
                     const ButtonMapping stored = mappings.value(key);
                     QCOMPARE(stored.bus, bus);

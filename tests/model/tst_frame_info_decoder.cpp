@@ -90,56 +90,52 @@ private Q_SLOTS:
         QTest::addColumn<std::optional<QString>>("version");
 
         // Non-printable bytes become blanks, so a byte inside a word splits it.
-        QTest::newRow("K-Fr 00 ame") << QByteArray("K-Fr" + bytes("00") + "ame V1.0") << nothing
-                                     << text(u"V1.0"_s);
-        QTest::newRow("K 00 -Frame") << QByteArray("K" + bytes("00") + "-Frame") << nothing
-                                     << nothing;
-        QTest::newRow("K- 00 Frame") << QByteArray("K-" + bytes("00") + "Frame") << nothing
-                                     << nothing;
+        QTest::newRow("K-Fr 00 ame")
+            << QByteArray("K-Fr" + bytes("00") + "ame V1.0") << nothing << text(u"V1.0"_s);
+        QTest::newRow("K 00 -Frame")
+            << QByteArray("K" + bytes("00") + "-Frame") << nothing << nothing;
+        QTest::newRow("K- 00 Frame")
+            << QByteArray("K-" + bytes("00") + "Frame") << nothing << nothing;
         QTest::newRow("split K-Frame, whole Kayenne")
             << QByteArray("K-Fr" + bytes("00") + "ame Kayenne") << text(u"Kayenne"_s) << nothing;
         // A byte in place of the hyphen reads as the blank of "K Frame".
-        QTest::newRow("K 00 Frame") << QByteArray("K" + bytes("00") + "Frame")
-                                    << text(u"K Frame"_s) << nothing;
-        QTest::newRow("K-Frame 7f XP") << QByteArray("K-Frame" + bytes("7f") + "XP")
-                                       << text(u"K-Frame XP"_s) << nothing;
+        QTest::newRow("K 00 Frame")
+            << QByteArray("K" + bytes("00") + "Frame") << text(u"K Frame"_s) << nothing;
+        QTest::newRow("K-Frame 7f XP")
+            << QByteArray("K-Frame" + bytes("7f") + "XP") << text(u"K-Frame XP"_s) << nothing;
         QTest::newRow("V12 00 .3") << QByteArray("V12" + bytes("00") + ".3") << nothing << nothing;
 
         // The table is tried in order and the first entry found wins, wherever it stands.
         QTest::newRow("GV K-Frame before Kayenne")
             << QByteArray("Kayenne GV K-Frame") << text(u"GV K-Frame"_s) << nothing;
-        QTest::newRow("GV K-Frame XP") << QByteArray("GV K-Frame XP") << text(u"K-Frame XP"_s)
-                                       << nothing;
-        QTest::newRow("K-Frame XP") << QByteArray("K-Frame XP") << text(u"K-Frame XP"_s)
-                                    << nothing;
+        QTest::newRow("GV K-Frame XP")
+            << QByteArray("GV K-Frame XP") << text(u"K-Frame XP"_s) << nothing;
+        QTest::newRow("K-Frame XP") << QByteArray("K-Frame XP") << text(u"K-Frame XP"_s) << nothing;
         QTest::newRow("K-Frame X") << QByteArray("K-Frame X") << text(u"K-Frame X"_s) << nothing;
-        QTest::newRow("K-Frame XYZ") << QByteArray("K-Frame XYZ") << text(u"K-Frame X"_s)
-                                     << nothing;
-        QTest::newRow("K Frame XP") << QByteArray("K Frame XP") << text(u"K Frame XP"_s)
-                                    << nothing;
+        QTest::newRow("K-Frame XYZ")
+            << QByteArray("K-Frame XYZ") << text(u"K-Frame X"_s) << nothing;
+        QTest::newRow("K Frame XP") << QByteArray("K Frame XP") << text(u"K Frame XP"_s) << nothing;
         QTest::newRow("XP-Frame") << QByteArray("XP-Frame") << text(u"XP-Frame"_s) << nothing;
         QTest::newRow("X Frame") << QByteArray("X Frame") << text(u"X Frame"_s) << nothing;
         QTest::newRow("K-Frame") << QByteArray("K-Frame") << text(u"K-Frame"_s) << nothing;
         QTest::newRow("Karrera") << QByteArray("Karrera") << text(u"Karrera"_s) << nothing;
-        QTest::newRow("Korona and Karrera") << QByteArray("Korona Karrera")
-                                            << text(u"Karrera"_s) << nothing;
+        QTest::newRow("Korona and Karrera")
+            << QByteArray("Korona Karrera") << text(u"Karrera"_s) << nothing;
         QTest::newRow("lower case model") << QByteArray("k-frame xp") << nothing << nothing;
-        QTest::newRow("model inside a word") << QByteArray("MyKayenneBox") << text(u"Kayenne"_s)
-                                       << nothing;
+        QTest::newRow("model inside a word")
+            << QByteArray("MyKayenneBox") << text(u"Kayenne"_s) << nothing;
 
         // The version: a capital V and two or three numbers; the first match wins.
         QTest::newRow("V9.2") << QByteArray("V9.2") << nothing << text(u"V9.2"_s);
-        QTest::newRow("four numbers") << QByteArray("V12.3.1.4") << nothing
-                                      << text(u"V12.3.1"_s);
-        QTest::newRow("first of two") << QByteArray("V9.2 V10.1.1") << nothing
-                                      << text(u"V9.2"_s);
+        QTest::newRow("four numbers") << QByteArray("V12.3.1.4") << nothing << text(u"V12.3.1"_s);
+        QTest::newRow("first of two") << QByteArray("V9.2 V10.1.1") << nothing << text(u"V9.2"_s);
         QTest::newRow("one number") << QByteArray("V12 build 7") << nothing << nothing;
         QTest::newRow("trailing dot") << QByteArray("V12.") << nothing << nothing;
         QTest::newRow("lower case v") << QByteArray("v12.3.1") << nothing << nothing;
         QTest::newRow("version inside a word")
             << QByteArray("SWV3.10b") << nothing << text(u"V3.10"_s);
-        QTest::newRow("version before name") << QByteArray("V2.0.11 Korona") << text(u"Korona"_s)
-                                             << text(u"V2.0.11"_s);
+        QTest::newRow("version before name")
+            << QByteArray("V2.0.11 Korona") << text(u"Korona"_s) << text(u"V2.0.11"_s);
         QTest::newRow("nothing known") << QByteArray("Frame") << nothing << nothing;
     }
 

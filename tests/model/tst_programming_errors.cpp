@@ -1,6 +1,5 @@
 #include <QProcess>
 #include <QTest>
-
 #include <sys/resource.h>
 
 using namespace Qt::StringLiterals;

@@ -29,8 +29,7 @@ char* toString(const std::optional<QString>& text)
 }
 
 namespace {
-SourceName names(const QString& eng, const QString& panel, const QString& oled,
-                 const QString& menu)
+SourceName names(const QString& eng, const QString& panel, const QString& oled, const QString& menu)
 {
     SourceName name;
     name.eng = eng;
@@ -195,17 +194,17 @@ private Q_SLOTS:
                                           {750, u"Label 750"_s}};
         const std::optional<QString> none;
 
-        QTest::newRow("menu over all") << 705
-            << SourceNameTable{{705, names(u"Eng"_s, u"Panel"_s, u"Oled"_s, u"Menu"_s)}}
+        QTest::newRow("menu over all")
+            << 705 << SourceNameTable{{705, names(u"Eng"_s, u"Panel"_s, u"Oled"_s, u"Menu"_s)}}
             << labels << std::optional(u"Menu"_s);
         QTest::newRow("oled over panel")
             << 12 << SourceNameTable{{12, names(u"Eng"_s, u"Panel"_s, u"Oled"_s, {})}} << labels
             << std::optional(u"Oled"_s);
-        QTest::newRow("panel and menu") << 12
-            << SourceNameTable{{12, names({}, u"Panel"_s, {}, u"Menu"_s)}} << labels
+        QTest::newRow("panel and menu")
+            << 12 << SourceNameTable{{12, names({}, u"Panel"_s, {}, u"Menu"_s)}} << labels
             << std::optional(u"Menu"_s);
-        QTest::newRow("panel over label") << 705
-            << SourceNameTable{{705, names(u"Eng"_s, u"Panel"_s, {}, {})}} << labels
+        QTest::newRow("panel over label")
+            << 705 << SourceNameTable{{705, names(u"Eng"_s, u"Panel"_s, {}, {})}} << labels
             << std::optional(u"Panel"_s);
         QTest::newRow("705 label over eng")
             << 705 << SourceNameTable{{705, names(u"Eng 705"_s, {}, {}, {})}} << labels
@@ -216,13 +215,11 @@ private Q_SLOTS:
         QTest::newRow("699 eng, label ignored")
             << 699 << SourceNameTable{{699, names(u"Eng 699"_s, {}, {}, {})}} << labels
             << std::optional(u"Eng 699"_s);
-        QTest::newRow("699 label only")
-            << 699 << SourceNameTable{} << labels << none;
+        QTest::newRow("699 label only") << 699 << SourceNameTable{} << labels << none;
         QTest::newRow("750 label only")
             << 750 << SourceNameTable{} << labels << std::optional(u"Label 750"_s);
-        QTest::newRow("750 empty entry, label")
-            << 750 << SourceNameTable{{750, SourceName{}}} << labels
-            << std::optional(u"Label 750"_s);
+        QTest::newRow("750 empty entry, label") << 750 << SourceNameTable{{750, SourceName{}}}
+                                                << labels << std::optional(u"Label 750"_s);
         QTest::newRow("800 eng, no label")
             << 800 << SourceNameTable{{800, names(u"Eng 800"_s, {}, {}, {})}} << labels
             << std::optional(u"Eng 800"_s);

@@ -1,7 +1,6 @@
 #include "model/show_file.h"
 
 #include <QTest>
-
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -104,10 +103,7 @@ private Q_SLOTS:
 
     void jsonIsWrittenInTheFixedLayout() { QCOMPARE(writeShowJson(sampleFile()), sampleJson); }
 
-    void csvIsWrittenInTheFixedLayout()
-    {
-        QCOMPARE(writeShowCsv(sampleFile().buttons), sampleCsv);
-    }
+    void csvIsWrittenInTheFixedLayout() { QCOMPARE(writeShowCsv(sampleFile().buttons), sampleCsv); }
 
     void jsonOfNoButtons()
     {
@@ -267,8 +263,8 @@ private Q_SLOTS:
     void sortsByBusThenShiftThenButton()
     {
         QList<ShowButton> buttons{
-            {Bus::aux, 1, 1, 1, {}}, {Bus::pgm, 1, 1, 2, {}}, {Bus::me4, 1, 1, 3, {}},
-            {Bus::me1, 2, 1, 4, {}}, {Bus::me1, 1, 10, 5, {}}, {Bus::me1, 1, 9, 6, {}},
+            {Bus::aux, 1, 1, 1, {}},  {Bus::pgm, 1, 1, 2, {}},  {Bus::me4, 1, 1, 3, {}},
+            {Bus::me1, 2, 1, 4, {}},  {Bus::me1, 1, 10, 5, {}}, {Bus::me1, 1, 9, 6, {}},
             {Bus::me3, 4, 35, 7, {}}, {Bus::me2, 1, 1, 8, {}},
         };
         sortButtons(buttons);
@@ -290,9 +286,8 @@ private Q_SLOTS:
         const ShowFileResult read = readShowCsv(csv, 15);
         QVERIFY(read.file);
         QCOMPARE(read.file->buttons,
-                 QList<ShowButton>({{Bus::me4, 1, 1, 1, {}},
-                                    {Bus::pgm, 1, 1, 2, {}},
-                                    {Bus::aux, 1, 1, 3, {}}}));
+                 QList<ShowButton>(
+                     {{Bus::me4, 1, 1, 1, {}}, {Bus::pgm, 1, 1, 2, {}}, {Bus::aux, 1, 1, 3, {}}}));
 
         const ShowFileResult json =
             readShowJson(sampleJsonWith(R"("bus": "ME1", "shift": 1, "button": 1)",
@@ -317,8 +312,7 @@ private Q_SLOTS:
         QCOMPARE(read.file->frameName, u"K"_s);
         QCOMPARE(read.file->suite, 4);
         QCOMPARE(read.file->buttonCount, 15);
-        QCOMPARE(read.file->buttons,
-                 QList<ShowButton>({{Bus::me1, 1, 1, 1042, u"CAM 1"_s}}));
+        QCOMPARE(read.file->buttons, QList<ShowButton>({{Bus::me1, 1, 1, 1042, u"CAM 1"_s}}));
     }
 
     void byteOrderMarkIsSkipped()
@@ -362,9 +356,9 @@ private Q_SLOTS:
         QTest::newRow("button above the count")
             << sampleJsonWith(R"("button": 20)", R"("button": 21)")
             << QStringList(u"line 11 (buttons[3]): button 21 is outside 1-20"_s);
-        QTest::newRow("button 0")
-            << sampleJsonWith(R"("button": 20)", R"("button": 0)")
-            << QStringList(u"line 11 (buttons[3]): button 0 is outside 1-20"_s);
+        QTest::newRow("button 0") << sampleJsonWith(R"("button": 20)", R"("button": 0)")
+                                  << QStringList(
+                                         u"line 11 (buttons[3]): button 0 is outside 1-20"_s);
         QTest::newRow("button beyond a smaller count")
             << sampleJsonWith(R"("buttonCount": 20)", R"("buttonCount": 15)")
             << QStringList(u"line 11 (buttons[3]): button 20 is outside 1-15"_s);
@@ -437,9 +431,8 @@ private Q_SLOTS:
         QTest::newRow("frame version as a number")
             << sampleJsonWith(R"("V21.2")", "21.2")
             << QStringList(u"line 4 (frame): \"version\" must be text, found 21.2"_s);
-        QTest::newRow("missing suite")
-            << sampleJsonWith("  \"suite\": 2,\n", "")
-            << QStringList(u"line 1: missing key \"suite\""_s);
+        QTest::newRow("missing suite") << sampleJsonWith("  \"suite\": 2,\n", "")
+                                       << QStringList(u"line 1: missing key \"suite\""_s);
         QTest::newRow("unknown top-level key")
             << sampleJsonWith(R"("suite": 2,)", R"("suite": 2, "studio": "A",)")
             << QStringList(u"line 5: unknown key \"studio\""_s);
@@ -460,18 +453,15 @@ private Q_SLOTS:
         QTest::newRow("version as text")
             << sampleJsonWith(R"("version": 1)", R"("version": "1")")
             << QStringList(u"line 3: \"version\" must be a whole number, found text \"1\""_s);
-        QTest::newRow("no version")
-            << sampleJsonWith("  \"version\": 1,\n", "")
-            << QStringList(u"line 1: missing key \"version\""_s);
-        QTest::newRow("a list, not an object")
-            << QByteArray("\n[ 1, 2 ]\n") << QStringList(u"line 2: a show file is one JSON "
-                                                          u"object, found a list"_s);
+        QTest::newRow("no version") << sampleJsonWith("  \"version\": 1,\n", "")
+                                    << QStringList(u"line 1: missing key \"version\""_s);
+        QTest::newRow("a list, not an object") << QByteArray("\n[ 1, 2 ]\n")
+                                               << QStringList(u"line 2: a show file is one JSON "
+                                                              u"object, found a list"_s);
         QTest::newRow("empty") << QByteArray() << QStringList(u"the file is empty"_s);
-        QTest::newRow("blank") << QByteArray(" \n\t\r\n")
-                               << QStringList(u"the file is empty"_s);
-        QTest::newRow("not UTF-8")
-            << sampleJsonWith("CAM 7", "CAM \xff")
-            << QStringList(u"line 10: the text is not valid UTF-8"_s);
+        QTest::newRow("blank") << QByteArray(" \n\t\r\n") << QStringList(u"the file is empty"_s);
+        QTest::newRow("not UTF-8") << sampleJsonWith("CAM 7", "CAM \xff")
+                                   << QStringList(u"line 10: the text is not valid UTF-8"_s);
         QTest::newRow("cut UTF-8 sequence")
             << sampleJsonWith("CAM 1", "CAM \xc3")
             << QStringList(u"line 8: the text is not valid UTF-8"_s);
@@ -573,57 +563,64 @@ private Q_SLOTS:
 
         const QByteArray head = "bus,shift,button,source,name\n"_ba;
         QTest::newRow("unknown bus")
-            << head + "ME1,1,1,5,\nME7,1,2,5,\n" << 20
-            << QStringList(u"line 3: unknown bus \"ME7\" "_s + busList);
-        QTest::newRow("shift 5") << head + "ME1,5,1,5,x\n" << 20
-                                 << QStringList(u"line 2: shift 5 is outside 1-4"_s);
-        QTest::newRow("shift 0") << head + "ME1,0,1,5,x\n" << 20
-                                 << QStringList(u"line 2: shift 0 is outside 1-4"_s);
+            << head + "ME1,1,1,5,\nME7,1,2,5,\n"
+            << 20 << QStringList(u"line 3: unknown bus \"ME7\" "_s + busList);
+        QTest::newRow("shift 5") << head + "ME1,5,1,5,x\n"
+                                 << 20 << QStringList(u"line 2: shift 5 is outside 1-4"_s);
+        QTest::newRow("shift 0") << head + "ME1,0,1,5,x\n"
+                                 << 20 << QStringList(u"line 2: shift 0 is outside 1-4"_s);
         QTest::newRow("button above the count")
-            << head + "ME1,1,21,5,x\n" << 20
-            << QStringList(u"line 2: button 21 is outside 1-20"_s);
-        QTest::newRow("button 0") << head + "ME1,1,0,5,x\n" << 35
-                                  << QStringList(u"line 2: button 0 is outside 1-35"_s);
+            << head + "ME1,1,21,5,x\n"
+            << 20 << QStringList(u"line 2: button 21 is outside 1-20"_s);
+        QTest::newRow("button 0") << head + "ME1,1,0,5,x\n"
+                                  << 35 << QStringList(u"line 2: button 0 is outside 1-35"_s);
         QTest::newRow("source 65536")
-            << head + "ME1,1,1,65536,x\n" << 20
-            << QStringList(u"line 2: source 65536 is outside 0-65535"_s);
-        QTest::newRow("source -1") << head + "ME1,1,1,-1,x\n" << 20
-                                   << QStringList(u"line 2: source -1 is outside 0-65535"_s);
+            << head + "ME1,1,1,65536,x\n"
+            << 20 << QStringList(u"line 2: source 65536 is outside 0-65535"_s);
+        QTest::newRow("source -1") << head + "ME1,1,1,-1,x\n"
+                                   << 20 << QStringList(u"line 2: source -1 is outside 0-65535"_s);
         QTest::newRow("source beyond 64 bits")
-            << head + "ME1,1,1,123456789012345678901234567890,x\n" << 20
-            << QStringList(
-                   u"line 2: source 123456789012345678901234567890 is outside 0-65535"_s);
+            << head + "ME1,1,1,123456789012345678901234567890,x\n"
+            << 20
+            << QStringList(u"line 2: source 123456789012345678901234567890 is outside 0-65535"_s);
         QTest::newRow("source not a number")
-            << head + "ME1,1,1,CAM1,x\n" << 20
-            << QStringList(u"line 2: source \"CAM1\" is not a whole number"_s);
+            << head + "ME1,1,1,CAM1,x\n"
+            << 20 << QStringList(u"line 2: source \"CAM1\" is not a whole number"_s);
         QTest::newRow("shift with a blank")
-            << head + "ME1, 1,1,5,x\n" << 20
-            << QStringList(u"line 2: shift \" 1\" is not a whole number"_s);
-        QTest::newRow("button with a plus") << head + "ME1,1,+1,5,x\n" << 20
+            << head + "ME1, 1,1,5,x\n"
+            << 20 << QStringList(u"line 2: shift \" 1\" is not a whole number"_s);
+        QTest::newRow("button with a plus") << head + "ME1,1,+1,5,x\n"
+                                            << 20
                                             << QStringList(u"line 2: button \"+1\" is not a "
                                                            u"whole number"_s);
         QTest::newRow("source with a fraction")
-            << head + "ME1,1,1,5.0,x\n" << 20
-            << QStringList(u"line 2: source \"5.0\" is not a whole number"_s);
-        QTest::newRow("empty shift") << head + "ME1,,1,5,x\n" << 20
-                                     << QStringList(u"line 2: shift \"\" is not a whole number"_s);
-        QTest::newRow("a minus alone") << head + "ME1,1,1,-,x\n" << 20
+            << head + "ME1,1,1,5.0,x\n"
+            << 20 << QStringList(u"line 2: source \"5.0\" is not a whole number"_s);
+        QTest::newRow("empty shift")
+            << head + "ME1,,1,5,x\n"
+            << 20 << QStringList(u"line 2: shift \"\" is not a whole number"_s);
+        QTest::newRow("a minus alone") << head + "ME1,1,1,-,x\n"
+                                       << 20
                                        << QStringList(u"line 2: source \"-\" is not a whole "
                                                       u"number"_s);
         QTest::newRow("too few fields")
-            << head + "ME1,1,1,5\n" << 20
+            << head + "ME1,1,1,5\n"
+            << 20
             << QStringList(u"line 2: expected 5 fields (bus,shift,button,source,name), "
                            u"found 4"_s);
         QTest::newRow("too many fields")
-            << head + "ME1,1,1,5,CAM 5,extra\n" << 20
+            << head + "ME1,1,1,5,CAM 5,extra\n"
+            << 20
             << QStringList(u"line 2: expected 5 fields (bus,shift,button,source,name), "
                            u"found 6"_s);
         QTest::newRow("unquoted comma in a name")
-            << head + "ME1,1,1,5,Bars, HD\n" << 20
+            << head + "ME1,1,1,5,Bars, HD\n"
+            << 20
             << QStringList(u"line 2: expected 5 fields (bus,shift,button,source,name), "
                            u"found 6"_s);
         QTest::newRow("duplicate button")
-            << head + "ME1,1,1,5,\nME1,1,2,5,\nME1,1,1,6,\n" << 20
+            << head + "ME1,1,1,5,\nME1,1,2,5,\nME1,1,1,6,\n"
+            << 20
             << QStringList(u"line 4: ME1 shift 1 button 1 is listed twice (first at line 2)"_s);
         QTest::newRow("no header") << "ME1,1,1,5,x\n"_ba << 20
                                    << QStringList(u"line 1: the first line must be the header "
@@ -636,20 +633,21 @@ private Q_SLOTS:
                                << QStringList(u"line 1: the first line must be the header "
                                               u"\"bus,shift,button,source,name\""_s);
         QTest::newRow("quoted field never closed")
-            << head + "ME1,1,1,5,x\nME1,1,2,5,\"CAM\n5\nME1,1,3,5,x\n" << 20
-            << QStringList(u"line 3: a quoted field is never closed"_s);
+            << head + "ME1,1,1,5,x\nME1,1,2,5,\"CAM\n5\nME1,1,3,5,x\n"
+            << 20 << QStringList(u"line 3: a quoted field is never closed"_s);
         QTest::newRow("text after a closing quote")
-            << head + "ME1,1,1,5,\"CAM\" 5\nME1,1,2,5,x\n" << 20
-            << QStringList(u"line 2: text after the closing quote of a field"_s);
+            << head + "ME1,1,1,5,\"CAM\" 5\nME1,1,2,5,x\n"
+            << 20 << QStringList(u"line 2: text after the closing quote of a field"_s);
         QTest::newRow("quote inside an unquoted field")
-            << head + "ME1,1,1,5,CAM \"5\"\n" << 20
+            << head + "ME1,1,1,5,CAM \"5\"\n"
+            << 20
             << QStringList(u"line 2: a quote inside an unquoted field (quote the field and "
                            u"double the quote)"_s);
         QTest::newRow("carriage return alone")
-            << head + "ME1,1,1,5,CAM\r5\n" << 20
-            << QStringList(u"line 2: a carriage return that does not end the line"_s);
-        QTest::newRow("not UTF-8") << head + "ME1,1,1,5,x\nME1,1,2,5,\xc0\xaf\n" << 20
-                                   << QStringList(u"line 3: the text is not valid UTF-8"_s);
+            << head + "ME1,1,1,5,CAM\r5\n"
+            << 20 << QStringList(u"line 2: a carriage return that does not end the line"_s);
+        QTest::newRow("not UTF-8") << head + "ME1,1,1,5,x\nME1,1,2,5,\xc0\xaf\n"
+                                   << 20 << QStringList(u"line 3: the text is not valid UTF-8"_s);
         QTest::newRow("count 30") << head << 30
                                   << QStringList(u"button count 30 is not 15, 20, 25 or 35"_s);
         QTest::newRow("count 0") << head << 0
@@ -754,8 +752,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("line");
         QTest::addColumn<QString>("where");
         QTest::addColumn<QString>("text");
-        QTest::newRow("line and place") << 12 << u"buttons[6]"_s
-                                        << u"line 12 (buttons[6]): why"_s;
+        QTest::newRow("line and place") << 12 << u"buttons[6]"_s << u"line 12 (buttons[6]): why"_s;
         QTest::newRow("line only") << 3 << QString() << u"line 3: why"_s;
         QTest::newRow("place only") << 0 << u"frame"_s << u"(frame): why"_s;
         QTest::newRow("neither") << 0 << QString() << u"why"_s;
@@ -817,15 +814,15 @@ private Q_SLOTS:
     void differencesCompareSourcesOnly()
     {
         const QList<ShowButton> frame{
-            {Bus::pgm, 1, 1, 30, u"VT 1"_s},   {Bus::me1, 1, 2, 20, u"CAM 2"_s},
-            {Bus::me1, 1, 1, 10, u"CAM 1"_s},  {Bus::aux, 1, 1, 0, QString()},
+            {Bus::pgm, 1, 1, 30, u"VT 1"_s},  {Bus::me1, 1, 2, 20, u"CAM 2"_s},
+            {Bus::me1, 1, 1, 10, u"CAM 1"_s}, {Bus::aux, 1, 1, 0, QString()},
             {Bus::me4, 3, 3, 44, u"same"_s},
         };
         const QList<ShowButton> file{
             {Bus::me1, 1, 1, 10, u"renamed"_s}, // a new name alone is no change
             {Bus::me1, 1, 2, 21, u"CAM 2"_s},
-            {Bus::me2, 1, 1, 5, u"GFX"_s},      // the frame has no mapping
-            {Bus::me3, 1, 1, 0, QString()},     // absent on the frame, 0 in the file
+            {Bus::me2, 1, 1, 5, u"GFX"_s},  // the frame has no mapping
+            {Bus::me3, 1, 1, 0, QString()}, // absent on the frame, 0 in the file
             {Bus::me4, 3, 3, 44, u"same"_s},
         };
         const QList<ShowDifference> found = differences(frame, file);

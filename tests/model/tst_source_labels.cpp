@@ -12,8 +12,7 @@ using namespace quorvane;
 using quorvane::test::loggedMessages;
 
 namespace {
-const QString notFound =
-    u"[INFO] source_labels.csv not found, internal source labels not loaded"_s;
+const QString notFound = u"[INFO] source_labels.csv not found, internal source labels not loaded"_s;
 
 bool writeFile(const QString& path, const QByteArray& content)
 {
@@ -37,16 +36,14 @@ private Q_SLOTS:
         QTest::newRow("header and newline") << u"number,label\n"_s << InternalSourceLabels{};
         QTest::newRow("empty") << QString() << InternalSourceLabels{};
         QTest::newRow("fields trimmed, third ignored")
-            << u"number,label\n1000, Black , extra\n"_s
-            << InternalSourceLabels{{1000, u"Black"_s}};
+            << u"number,label\n1000, Black , extra\n"_s << InternalSourceLabels{{1000, u"Black"_s}};
         QTest::newRow("inner blanks kept") << u"h\n 702 ,\tColour Bars 100% \n"_s
                                            << InternalSourceLabels{{702, u"Colour Bars 100%"_s}};
-        QTest::newRow("not a number") << u"h\nabc,Label\n701,Bars\n"_s
-                                      << InternalSourceLabels{{701, u"Bars"_s}};
-        QTest::newRow("no comma") << u"h\n12\n701,Bars"_s
-                                  << InternalSourceLabels{{701, u"Bars"_s}};
-        QTest::newRow("first line is data") << u"700,Black\n701,Bars\n"_s
-                                            << InternalSourceLabels{{701, u"Bars"_s}};
+        QTest::newRow("not a number")
+            << u"h\nabc,Label\n701,Bars\n"_s << InternalSourceLabels{{701, u"Bars"_s}};
+        QTest::newRow("no comma") << u"h\n12\n701,Bars"_s << InternalSourceLabels{{701, u"Bars"_s}};
+        QTest::newRow("first line is data")
+            << u"700,Black\n701,Bars\n"_s << InternalSourceLabels{{701, u"Bars"_s}};
         QTest::newRow("LF") << u"h\n700,Black\n701,Bars\n"_s
                             << InternalSourceLabels{{700, u"Black"_s}, {701, u"Bars"_s}};
         QTest::newRow("CRLF") << u"h\r\n700,Black\r\n701,Bars\r\n"_s
@@ -60,15 +57,14 @@ private Q_SLOTS:
             << InternalSourceLabels{{700, u"Schwarz"_s}, {701, u"Bars"_s}};
         // An empty label is skipped rather than stored: it would only hide the engineering
         // name behind a blank cell.
-        QTest::newRow("empty label") << u"h\n700,\n701,  \n702,Bars\n"_s
-                                     << InternalSourceLabels{{702, u"Bars"_s}};
+        QTest::newRow("empty label")
+            << u"h\n700,\n701,  \n702,Bars\n"_s << InternalSourceLabels{{702, u"Bars"_s}};
         QTest::newRow("empty label keeps earlier")
             << u"h\n700,Black\n700,\n"_s << InternalSourceLabels{{700, u"Black"_s}};
         QTest::newRow("plus sign") << u"h\n+12,Plus\n"_s << InternalSourceLabels{{12, u"Plus"_s}};
-        QTest::newRow("minus sign") << u"h\n-3,Minus\n"_s
-                                    << InternalSourceLabels{{-3, u"Minus"_s}};
-        QTest::newRow("leading zeros") << u"h\n0700,Black\n"_s
-                                       << InternalSourceLabels{{700, u"Black"_s}};
+        QTest::newRow("minus sign") << u"h\n-3,Minus\n"_s << InternalSourceLabels{{-3, u"Minus"_s}};
+        QTest::newRow("leading zeros")
+            << u"h\n0700,Black\n"_s << InternalSourceLabels{{700, u"Black"_s}};
         QTest::newRow("trailing letter") << u"h\n12x,Bad\n"_s << InternalSourceLabels{};
         QTest::newRow("inner blank") << u"h\n1 2,Bad\n"_s << InternalSourceLabels{};
         QTest::newRow("hexadecimal") << u"h\n0x10,Bad\n"_s << InternalSourceLabels{};
@@ -76,12 +72,12 @@ private Q_SLOTS:
         QTest::newRow("sign alone") << u"h\n+,Bad\n"_s << InternalSourceLabels{};
         QTest::newRow("empty number") << u"h\n,Bad\n"_s << InternalSourceLabels{};
         QTest::newRow("too large") << u"h\n99999999999,Bad\n"_s << InternalSourceLabels{};
-        QTest::newRow("largest int") << u"h\n2147483647,Max\n"_s
-                                     << InternalSourceLabels{{2147483647, u"Max"_s}};
-        QTest::newRow("quotes are text") << u"h\n700,\"Black\"\n"_s
-                                         << InternalSourceLabels{{700, u"\"Black\""_s}};
-        QTest::newRow("non-ASCII label") << u"h\n700,Schwarz \u00dc\n"_s
-                                         << InternalSourceLabels{{700, u"Schwarz \u00dc"_s}};
+        QTest::newRow("largest int")
+            << u"h\n2147483647,Max\n"_s << InternalSourceLabels{{2147483647, u"Max"_s}};
+        QTest::newRow("quotes are text")
+            << u"h\n700,\"Black\"\n"_s << InternalSourceLabels{{700, u"\"Black\""_s}};
+        QTest::newRow("non-ASCII label")
+            << u"h\n700,Schwarz \u00dc\n"_s << InternalSourceLabels{{700, u"Schwarz \u00dc"_s}};
     }
 
     void parse()
@@ -109,8 +105,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("content");
         QTest::newRow("LF") << QByteArray("number,label\n1000, Black , extra\n1001,Bars\n");
-        QTest::newRow("CRLF")
-            << QByteArray("number,label\r\n1000, Black , extra\r\n1001,Bars\r\n");
+        QTest::newRow("CRLF") << QByteArray("number,label\r\n1000, Black , extra\r\n1001,Bars\r\n");
         QTest::newRow("no final newline") << QByteArray("number,label\n1000,Black\n1001,Bars");
     }
 
@@ -183,8 +178,7 @@ private Q_SLOTS:
         logger.setEcho(nullptr);
 
         QCOMPARE(loadInternalSourceLabels(
-                     {dir.filePath(u"a.csv"_s), dir.filePath(u"docs/source_labels.csv"_s)},
-                     logger),
+                     {dir.filePath(u"a.csv"_s), dir.filePath(u"docs/source_labels.csv"_s)}, logger),
                  InternalSourceLabels{});
         QCOMPARE(loggedMessages(logger), QStringList(notFound));
     }

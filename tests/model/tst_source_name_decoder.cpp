@@ -4,7 +4,6 @@
 
 #include <QDebug>
 #include <QTest>
-
 #include <optional>
 #include <vector>
 

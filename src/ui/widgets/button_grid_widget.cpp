@@ -73,8 +73,8 @@ QSize ButtonGridWidget::sizeHint() const
 
 QRect ButtonGridWidget::cellRect(int shift, int button) const
 {
-    return {labelWidth + (button - 1) * pitchX + 3, headerHeight + (shift - 1) * pitchY,
-            cellWidth, cellHeight};
+    return {labelWidth + (button - 1) * pitchX + 3, headerHeight + (shift - 1) * pitchY, cellWidth,
+            cellHeight};
 }
 
 std::optional<SelectedButtonKey> ButtonGridWidget::cellAt(QPoint point) const

@@ -4,7 +4,6 @@
 
 #include <QPoint>
 #include <QWidget>
-
 #include <optional>
 
 namespace quorvane {

@@ -87,17 +87,17 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, QWidget* parent)
         m_model.setSelectedButtonCount(m_buttonCount->currentData().toInt());
     });
     QObject::connect(m_debugLog, &QCheckBox::toggled, &m_model, &EditingModel::setShowDebugLog);
-    for (auto changed : {&EditingModel::ipAddressChanged, &EditingModel::selectedSuiteChanged,
-                         &EditingModel::selectedButtonCountChanged,
-                         &EditingModel::showDebugLogChanged}) {
+    for (auto changed :
+         {&EditingModel::ipAddressChanged, &EditingModel::selectedSuiteChanged,
+          &EditingModel::selectedButtonCountChanged, &EditingModel::showDebugLogChanged}) {
         QObject::connect(&m_model, changed, this, &ConnectionPanel::showChoices);
     }
 
-    for (auto changed : {&GVConnection::connectionStateChanged, &GVConnection::isConnectedChanged,
-                         &GVConnection::connectionProgressChanged,
-                         &GVConnection::statusMessageChanged, &GVConnection::frameNameChanged,
-                         &GVConnection::frameVersionChanged,
-                         &GVConnection::hasLoadedAllBusesChanged}) {
+    for (auto changed :
+         {&GVConnection::connectionStateChanged, &GVConnection::isConnectedChanged,
+          &GVConnection::connectionProgressChanged, &GVConnection::statusMessageChanged,
+          &GVConnection::frameNameChanged, &GVConnection::frameVersionChanged,
+          &GVConnection::hasLoadedAllBusesChanged}) {
         QObject::connect(&m_connection, changed, this, &ConnectionPanel::showConnectionState);
     }
     QObject::connect(&m_connection, &GVConnection::heartbeatPulseChanged, this,
@@ -164,8 +164,9 @@ void ConnectionPanel::showHeartbeat()
 {
     const bool lit = m_connection.heartbeatPulse();
     const bool connected = m_connection.isConnected();
-    m_heartbeat->setStyleSheet(lit ? u"color: #34c759;"_s
-                                   : connected ? u"color: #1f6f35;"_s : u"color: #555555;"_s);
+    m_heartbeat->setStyleSheet(lit         ? u"color: #34c759;"_s
+                               : connected ? u"color: #1f6f35;"_s
+                                           : u"color: #555555;"_s);
 }
 
 } // namespace quorvane

@@ -38,8 +38,7 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
         m_busTabs->addTab(busName(bus));
     m_busTabs->setExpanding(false);
     m_undo = new QToolButton(this);
-    m_undo->setIcon(QIcon::fromTheme(u"edit-undo"_s,
-                                     style()->standardIcon(QStyle::SP_ArrowBack)));
+    m_undo->setIcon(QIcon::fromTheme(u"edit-undo"_s, style()->standardIcon(QStyle::SP_ArrowBack)));
     m_undo->setText(u"Undo"_s);
     m_undo->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_undo->setToolTip(u"Undo the last change (⌘Z)"_s);
@@ -89,8 +88,7 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
         if (index >= 0)
             m_model->selectBus(allBuses[std::size_t(index)]);
     });
-    QObject::connect(m_model.get(), &EditingModel::selectedBusChanged, this,
-                     &ContentView::showBus);
+    QObject::connect(m_model.get(), &EditingModel::selectedBusChanged, this, &ContentView::showBus);
     QObject::connect(m_undo, &QToolButton::clicked, m_model.get(), &EditingModel::undo);
     auto showUndo = [this] { m_undo->setEnabled(m_model->canUndo()); };
     QObject::connect(m_model.get(), &EditingModel::undoHistoryChanged, this, showUndo);

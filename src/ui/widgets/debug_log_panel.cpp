@@ -62,10 +62,17 @@ DebugLogPanel::DebugLogPanel(DebugLogger& logger, QWidget* parent)
     m_refresh.setInterval(100);
     QObject::connect(&m_refresh, &QTimer::timeout, this, &DebugLogPanel::refresh);
     QObject::connect(&m_logger, &DebugLogger::logsChanged, this, [this] {
-        if (!m_refresh.isActive())
+        // A hidden panel costs nothing; it catches up when it is shown.
+        if (isVisible() && !m_refresh.isActive())
             m_refresh.start();
     });
     QObject::connect(m_copy, &QPushButton::clicked, this, &DebugLogPanel::copyToClipboard);
+    refresh();
+}
+
+void DebugLogPanel::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
     refresh();
 }
 

@@ -26,6 +26,9 @@ public:
     QPlainTextEdit* view() const { return m_view; }
     QPushButton* copyButton() const { return m_copy; }
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     DebugLogger& m_logger;
     QPlainTextEdit* m_view;

@@ -29,7 +29,8 @@ NoPasteLineEdit::NoPasteLineEdit(QWidget* parent)
 bool NoPasteLineEdit::event(QEvent* event)
 {
     // Shortcut overrides would otherwise let a window-wide Paste action take the key.
-    if (event->type() == QEvent::ShortcutOverride && isClipboardKey(static_cast<QKeyEvent*>(event))) {
+    if (event->type() == QEvent::ShortcutOverride &&
+        isClipboardKey(static_cast<QKeyEvent*>(event))) {
         event->accept();
         return true;
     }

@@ -40,10 +40,9 @@ SourcePickerDialog::SourcePickerDialog(EditingModel& model, QWidget* parent)
     QObject::connect(m_list, &QListWidget::itemClicked, this, [this](QListWidgetItem* item) {
         m_model.highlightPickerSource(item->data(Qt::UserRole).toInt());
     });
-    QObject::connect(m_list, &QListWidget::itemDoubleClicked, this,
-                     [this](QListWidgetItem* item) {
-                         m_model.choosePickerSource(item->data(Qt::UserRole).toInt());
-                     });
+    QObject::connect(m_list, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem* item) {
+        m_model.choosePickerSource(item->data(Qt::UserRole).toInt());
+    });
     QObject::connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     QObject::connect(this, &QDialog::rejected, &m_model, &EditingModel::dismissSourcePicker);
     QObject::connect(&m_model, &EditingModel::sourcePickerChanged, this,
@@ -63,7 +62,12 @@ void SourcePickerDialog::followModel()
     }
     if (m_search->text() != m_model.sourcePicker().searchText)
         m_search->setText(m_model.sourcePicker().searchText);
-    fillList();
+    // Rebuilding the rows under the pointer would break a double click: only a new search
+    // rebuilds them; a highlight just moves the current row.
+    if (!isVisible() || m_listedFor != m_model.sourcePicker().searchText)
+        fillList();
+    else
+        showHighlight();
     if (!isVisible()) {
         show();
         // The operator types at once: the search field has the focus when the picker opens.
@@ -72,15 +76,27 @@ void SourcePickerDialog::followModel()
     }
 }
 
+void SourcePickerDialog::showHighlight()
+{
+    const std::optional<int> highlighted = m_model.sourcePicker().selectedSource;
+    for (int row = 0; row < m_list->count(); ++row) {
+        if (m_list->item(row)->data(Qt::UserRole).toInt() == highlighted) {
+            m_list->setCurrentRow(row);
+            return;
+        }
+    }
+}
+
 void SourcePickerDialog::fillList()
 {
     const QList<int> sources = m_model.pickerSources();
     const std::optional<int> highlighted = m_model.sourcePicker().selectedSource;
+    m_listedFor = m_model.sourcePicker().searchText;
     m_list->clear();
     for (int source : sources) {
         const QString name = m_model.connection().displayName(source).value_or(QString());
-        auto* item = new QListWidgetItem(QString::number(source).rightJustified(4) + u"   "_s +
-                                         name);
+        auto* item =
+            new QListWidgetItem(QString::number(source).rightJustified(4) + u"   "_s + name);
         item->setData(Qt::UserRole, source);
         m_list->addItem(item);
         if (highlighted == source)

@@ -23,10 +23,12 @@ public:
 private:
     void followModel();
     void fillList();
+    void showHighlight();
 
     EditingModel& m_model;
     QLineEdit* m_search;
     QListWidget* m_list;
+    QString m_listedFor; // the search text the rows were made for
 };
 
 } // namespace quorvane

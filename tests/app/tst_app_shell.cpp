@@ -1,0 +1,244 @@
+// The application shell without a frame: window geometry, menus, Help and About, the start
+// options, and the address field that only takes typing.
+#include "info_windows.h"
+#include "menus.h"
+#include "no_paste_line_edit.h"
+#include "start_options.h"
+#include "window_geometry.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace quorvane;
+
+namespace {
+
+QStringList menuTitles(const QMenuBar& bar)
+{
+    QStringList titles;
+    for (const QAction* menu : bar.actions())
+        titles.append(menu->text());
+    return titles;
+}
+
+QStringList texts(const QWidget* window)
+{
+    QStringList all;
+    for (const QLabel* label : window->findChildren<QLabel*>())
+        all.append(label->text());
+    return all;
+}
+
+} // namespace
+
+class TestAppShell : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void mainWindowTakesEightyPercentCentred()
+    {
+        QCOMPARE(mainWindowFrame(QRectF(0, 25, 1440, 875)), QRectF(144, 112.5, 1152, 700));
+        QCOMPARE(mainWindowFrame(QRectF(0, 0, 1000, 500)), QRectF(100, 50, 800, 400));
+    }
+
+    void trimmingKeepsOnlyTheProgramsMenus()
+    {
+        QMenuBar bar;
+        for (const QString& title :
+             {u"App"_s, u"File"_s, u"Edit"_s, u"View"_s, u"Window"_s, u"Help"_s})
+            bar.addMenu(title);
+        trimMenuBar(bar);
+        QCOMPARE(menuTitles(bar), QStringList({u"Quorvane"_s, u"File"_s, u"Help"_s}));
+    }
+
+    void trimmingWithoutAViewMenu()
+    {
+        QMenuBar bar;
+        for (const QString& title : {u"App"_s, u"Edit"_s, u"Window"_s, u"Edit"_s})
+            bar.addMenu(title);
+        trimMenuBar(bar);
+        // Only the first of each title goes.
+        QCOMPARE(menuTitles(bar), QStringList({u"Quorvane"_s, u"Edit"_s}));
+    }
+
+    void theProgramsMenus()
+    {
+        QMenuBar bar;
+        int about = 0;
+        int help = 0;
+        buildMenus(bar, {[&] { ++about; }, [&] { ++help; }, [] {}, [] {}});
+        QCOMPARE(menuTitles(bar), QStringList({u"Quorvane"_s, u"File"_s, u"Help"_s}));
+        const QList<QAction*> quorvane = bar.actions()[0]->menu()->actions();
+        QCOMPARE(quorvane.size(), 1);
+        QCOMPARE(quorvane[0]->text(), u"About Quorvane"_s);
+        QCOMPARE(quorvane[0]->menuRole(), QAction::AboutRole);
+        QAction* quorvaneHelp = bar.actions()[2]->menu()->actions().value(0);
+        QCOMPARE(quorvaneHelp->text(), u"Quorvane Help"_s);
+        QVERIFY(!quorvaneHelp->shortcut().isEmpty());
+        quorvane[0]->trigger();
+        quorvaneHelp->trigger();
+        QCOMPARE(about, 1);
+        QCOMPARE(help, 1);
+        QStringList fileItems;
+        for (const QAction* item : bar.actions()[1]->menu()->actions())
+            fileItems.append(item->text());
+        QCOMPARE(fileItems, QStringList({u"Export Mappings…"_s, u"Import Mappings…"_s}));
+    }
+
+    void helpTwiceOpensTwoWindows()
+    {
+        InfoWindows windows;
+        QWidget* first = windows.showHelp();
+        QWidget* second = windows.showHelp();
+        QVERIFY(first != second);
+        QCOMPARE(windows.windows().size(), 2u);
+        for (QWidget* window : {first, second}) {
+            QVERIFY(window->isVisible());
+            QCOMPARE(window->windowTitle(), u"Quorvane Help"_s);
+            QCOMPARE(window->size(), QSize(500, 580));
+            QCOMPARE(window->minimumSize(), window->maximumSize()); // not resizable
+        }
+        // Closing keeps the window for the program's life.
+        first->close();
+        QCOMPARE(windows.windows().size(), 2u);
+    }
+
+    void helpTexts()
+    {
+        InfoWindows windows;
+        const QStringList shown = texts(windows.showHelp());
+        for (const QString& text :
+             {u"Quorvane"_s,
+              u"Version 0.9 Beta"_s,
+              u"Getting Started"_s,
+              u"1. Enter the GV Frame IP address\n2. Select the Suite number (1-4)\n3. Select the "
+              u"button count (15, 20, 25, or 35)\n4. Click Connect\n\nThe Frame IP can be found in "
+              u"the official GV GUI under:\nEng Setup > Node Settings\n\nNote: The frame must be "
+              u"accessible from the device running this app."_s,
+              u"Copy & Paste"_s,
+              u"•  Press ⌘C to copy"_s,
+              u"•  If you copy multiple buttons but only select one destination, all copied "
+              u"buttons will paste starting from that position"_s,
+              u"Drag & Drop"_s,
+              u"•  Drag between buttons to copy mappings"_s,
+              u"Source Sandbox"_s,
+              u"•  Click a source to select it for the selected button(s)"_s,
+              u"Keyboard Shortcuts"_s,
+              u"⌘ C"_s,
+              u"Copy selected button(s)"_s,
+              u"⌘ V"_s,
+              u"Paste to selected button(s)"_s,
+              u"Delete"_s,
+              u"Clear selected button(s)"_s,
+              u"Click"_s,
+              u"Select a button"_s,
+              u"Shift + Click"_s,
+              u"Select range of buttons"_s,
+              u"⌘ + Click"_s,
+              u"Add/remove from selection"_s}) {
+            QVERIFY2(shown.contains(text), qPrintable(text));
+        }
+    }
+
+    void aboutWindow()
+    {
+        InfoWindows windows;
+        QWidget* about = windows.showAbout();
+        QCOMPARE(about->windowTitle(), u"About Quorvane"_s);
+        QCOMPARE(about->size(), QSize(340, 280));
+        QCOMPARE(texts(about), QStringList({u"Quorvane"_s, u"Version 0.9 Beta"_s,
+                                            u"Made with ❤️ by Merrowin"_s}));
+    }
+
+    void startOptions_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<bool>("demo");
+        QTest::addColumn<QString>("host");
+        QTest::addColumn<int>("suite");
+        QTest::addColumn<int>("buttons");
+        QTest::addColumn<bool>("connect");
+        QTest::addColumn<bool>("valid");
+        QTest::newRow("nothing") << QStringList{} << false << QString() << 0 << 0 << false << true;
+        QTest::newRow("demo") << QStringList{u"--demo"_s} << true << QString() << 0 << 0 << false
+                              << true;
+        QTest::newRow("all") << QStringList{u"--host"_s,    u"10.1.2.3"_s, u"--suite"_s,  u"3"_s,
+                                            u"--buttons"_s, u"20"_s,       u"--connect"_s}
+                             << false << u"10.1.2.3"_s << 3 << 20 << true << true;
+        QTest::newRow("suite 5") << QStringList{u"--suite"_s, u"5"_s} << false << QString() << 0
+                                 << 0 << false << false;
+        QTest::newRow("30 buttons") << QStringList{u"--buttons"_s, u"30"_s} << false << QString()
+                                    << 0 << 0 << false << false;
+        QTest::newRow("unknown") << QStringList{u"--frobnicate"_s} << false << QString() << 0 << 0
+                                 << false << false;
+    }
+
+    void startOptions()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(bool, demo);
+        QFETCH(QString, host);
+        QFETCH(int, suite);
+        QFETCH(int, buttons);
+        QFETCH(bool, connect);
+        QFETCH(bool, valid);
+        const ParsedStart parsed = parseStartOptions(QStringList{u"quorvane"_s} + arguments);
+        QCOMPARE(parsed.error.isEmpty(), valid);
+        if (!valid)
+            return;
+        QCOMPARE(parsed.options.demo, demo);
+        QCOMPARE(parsed.options.host.value_or(QString()), host);
+        QCOMPARE(parsed.options.suite.value_or(0), suite);
+        QCOMPARE(parsed.options.buttons.value_or(0), buttons);
+        QCOMPARE(parsed.options.connect, connect);
+    }
+
+    void addressFieldTakesTypingOnly()
+    {
+        QWidget window;
+        auto* field = new NoPasteLineEdit(&window);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        field->setFocus();
+        QApplication::clipboard()->setText(u"10.99.99.99"_s);
+        field->setText(u"10.0.0."_s);
+
+        QTest::keyClick(field, Qt::Key_V, Qt::ControlModifier);
+        QCOMPARE(field->text(), u"10.0.0."_s);
+        QTest::keyClick(field, Qt::Key_Insert, Qt::ShiftModifier);
+        QCOMPARE(field->text(), u"10.0.0."_s);
+        QTest::keyClicks(field, u"5"_s);
+        QCOMPARE(field->text(), u"10.0.0.5"_s);
+        QTest::keyClick(field, Qt::Key_V);
+        QCOMPARE(field->text(), u"10.0.0.5v"_s);
+        QTest::keyClick(field, Qt::Key_Backspace);
+
+        // Command-A still selects; Command-C and -X neither copy nor cut.
+        QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(field->selectedText(), u"10.0.0.5"_s);
+        QTest::keyClick(field, Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(QApplication::clipboard()->text(), u"10.99.99.99"_s);
+        QTest::keyClick(field, Qt::Key_X, Qt::ControlModifier);
+        QCOMPARE(field->text(), u"10.0.0.5"_s);
+        QCOMPARE(QApplication::clipboard()->text(), u"10.99.99.99"_s);
+
+        // No menu on a secondary click, no middle-click paste, no drops.
+        QCOMPARE(field->contextMenuPolicy(), Qt::NoContextMenu);
+        QContextMenuEvent menuRequest(QContextMenuEvent::Mouse, QPoint(5, 5),
+                                      field->mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(field, &menuRequest);
+        QVERIFY(QApplication::activePopupWidget() == nullptr);
+        QTest::mouseClick(field, Qt::MiddleButton);
+        QCOMPARE(field->text(), u"10.0.0.5"_s);
+        QVERIFY(!field->acceptDrops());
+    }
+};
+
+QTEST_MAIN(TestAppShell)
+#include "tst_app_shell.moc"

@@ -1,0 +1,323 @@
+// The main window at work against the emulated frame, driven by real Qt events: clicks, keys,
+// drops, the connect button and the source picker.
+#include "button_grid_widget.h"
+#include "connection_panel.h"
+#include "content_view.h"
+#include "drag_payload.h"
+#include "editing_model.h"
+#include "link_fixture.h"
+#include "main_window.h"
+#include "no_paste_line_edit.h"
+#include "sandbox_strip.h"
+#include "source_picker_dialog.h"
+
+#include <QListWidget>
+#include <QMimeData>
+#include <QPushButton>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+
+using namespace Qt::StringLiterals;
+using namespace quorvane;
+using namespace quorvane::test;
+
+namespace {
+
+constexpr int connectTimeoutMs = 10'000;
+
+// Records the key presses that reach a widget.
+class KeyRecorder : public QObject {
+public:
+    QList<QKeyCombination> keys;
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        // The modifier keys' own presses are of no interest here.
+        static const QList<int> modifiers{Qt::Key_Shift, Qt::Key_Control, Qt::Key_Meta,
+                                          Qt::Key_Alt};
+        if (event->type() == QEvent::KeyPress &&
+            !modifiers.contains(static_cast<QKeyEvent*>(event)->key())) {
+            keys.append(static_cast<QKeyEvent*>(event)->keyCombination());
+        }
+        return false;
+    }
+};
+
+// The program's main window with the emulated frame as its frame.
+struct Desk {
+    explicit Desk(emulator::FrameEmulatorOptions options = {})
+        : frame(std::move(options))
+        , preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat)
+        , window(preferences, logger)
+        , view(window.contentView())
+        , model(view.model())
+        , connection(view.connection())
+        , grid(*view.grid())
+    {
+        logger.setEcho(nullptr);
+        connection.setTiming(fastTiming());
+        model.setIpAddress(u"127.0.0.1"_s);
+    }
+
+    bool start()
+    {
+        if (!frame.start())
+            return false;
+        window.show();
+        return QTest::qWaitForWindowExposed(&window);
+    }
+
+    bool connectAndWait()
+    {
+        QTest::mouseClick(view.connectionPanel()->connectButton(), Qt::LeftButton);
+        return QTest::qWaitFor(
+            [&] { return connection.connectionState() == ConnectionState::connected; },
+            connectTimeoutMs);
+    }
+
+    void click(int shift, int button, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        QTest::mouseClick(&grid, Qt::LeftButton, modifiers, grid.cellRect(shift, button).center());
+        QTest::qWait(350); // keep separate clicks from pairing into a double click
+    }
+
+    void dropOn(QWidget& target, QPoint at, const MultiButtonDragData& payload)
+    {
+        QMimeData mime;
+        mime.setData(dragDataMimeType(), encodeDragData(payload));
+        QDragEnterEvent enter(at, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&target, &enter);
+        QDragMoveEvent move(at, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&target, &move);
+        QDropEvent drop(QPointF(at), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&target, &drop);
+    }
+
+    emulator::FrameEmulator frame;
+    QTemporaryDir settingsDir;
+    QSettings preferences;
+    DebugLogger logger;
+    MainWindow window;
+    ContentView& view;
+    EditingModel& model;
+    GVConnection& connection;
+    ButtonGridWidget& grid;
+};
+
+} // namespace
+
+class TestMainView : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theConnectButtonFollowsTheConnection()
+    {
+        Desk desk;
+        QVERIFY(desk.start());
+        QPushButton* button = desk.view.connectionPanel()->connectButton();
+        QCOMPARE(button->text(), u"Connect"_s);
+        QTest::mouseClick(button, Qt::LeftButton);
+        QCOMPARE(button->text(), u"Cancel"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(button->text(), u"Disconnect"_s, connectTimeoutMs);
+        QCOMPARE(desk.connection.connectionState(), ConnectionState::connected);
+        QTest::mouseClick(button, Qt::LeftButton);
+        QCOMPARE(button->text(), u"Connect"_s);
+        QCOMPARE(desk.connection.connectionState(), ConnectionState::idle);
+    }
+
+    void cancelWhileVerifyingTheHeartbeat()
+    {
+        Desk desk;
+        QVERIFY(desk.start());
+        // The frame answers the handshake, then falls silent.
+        QObject::connect(&desk.connection, &GVConnection::connectionStateChanged, &desk.frame,
+                         [&desk] {
+                             if (desk.connection.connectionState() == ConnectionState::heartbeat)
+                                 desk.frame.setAnsweringPings(false);
+                         });
+        QPushButton* button = desk.view.connectionPanel()->connectButton();
+        QTest::mouseClick(button, Qt::LeftButton);
+        QTRY_COMPARE_WITH_TIMEOUT(desk.connection.connectionState(), ConnectionState::heartbeat,
+                                  connectTimeoutMs);
+        QCOMPARE(button->text(), u"Cancel"_s);
+        QTest::mouseClick(button, Qt::LeftButton);
+        QCOMPARE(button->text(), u"Connect"_s);
+        QCOMPARE(desk.connection.isLoading(), false);
+        QCOMPARE(desk.connection.connectionState(), ConnectionState::idle);
+        QTest::qWait(500);
+        // A second connection was never started.
+        QCOMPARE(desk.frame.receivedOfKind(emulator::ClientMessageKind::clientIdFirst).size(), 1);
+        QCOMPARE(desk.connection.connectionState(), ConnectionState::idle);
+    }
+
+    void clicksShiftClicksAndColumns()
+    {
+        Desk desk;
+        QVERIFY(desk.start());
+        QVERIFY(desk.connectAndWait());
+        desk.click(2, 3);
+        QCOMPARE(desk.model.selection().selectedButtons(), (ButtonKeySet{{2, 3}}));
+        desk.click(2, 6, Qt::ShiftModifier);
+        QCOMPARE(desk.model.selection().selectedButtons(),
+                 (ButtonKeySet{{2, 3}, {2, 4}, {2, 5}, {2, 6}}));
+        // One of the last four buttons of the row selects its column.
+        desk.click(3, 33);
+        QCOMPARE(desk.model.selection().selectedButtons(),
+                 (ButtonKeySet{{1, 33}, {2, 33}, {3, 33}, {4, 33}}));
+        QVERIFY(desk.model.selection().isVerticalSelection());
+    }
+
+    void thePickerWritesToTheDoubleClickedButton()
+    {
+        Desk desk;
+        QVERIFY(desk.start());
+        QVERIFY(desk.connectAndWait());
+        // Two clicks in quick succession, as a hand makes them.
+        for (int click = 0; click < 2; ++click) {
+            QTest::mouseClick(&desk.grid, Qt::LeftButton, Qt::NoModifier,
+                              desk.grid.cellRect(1, 5).center());
+        }
+        SourcePickerDialog* picker = desk.view.picker();
+        QTRY_VERIFY(picker->isVisible());
+        QCOMPARE(picker->focusWidget(), picker->searchField());
+        QCOMPARE(picker->searchField()->placeholderText(), u"Search by name or ID..."_s);
+        QTest::keyClicks(picker->searchField(), u"777"_s);
+        QTRY_COMPARE(picker->list()->count(), 1);
+        QListWidgetItem* row = picker->list()->item(0);
+        QCOMPARE(row->data(Qt::UserRole).toInt(), 777);
+        const QRect rowRect = picker->list()->visualItemRect(row);
+        // The test helper's double click is the second press alone: the first comes before it.
+        QTest::mouseClick(picker->list()->viewport(), Qt::LeftButton, Qt::NoModifier,
+                          rowRect.center());
+        QCOMPARE(desk.model.sourcePicker().selectedSource, 777); // one click highlights
+        QTest::mouseDClick(picker->list()->viewport(), Qt::LeftButton, Qt::NoModifier,
+                           rowRect.center());
+        QTRY_COMPARE(desk.frame.mapping(Bus::pgm, 35, 1, 5), quint32{777});
+        QTRY_VERIFY(!picker->isVisible());
+        QVERIFY(!desk.model.canUndo()); // a choice in the picker is not undone
+    }
+
+    void shortcutsActWhereverTheFocusIs()
+    {
+        Desk desk;
+        QVERIFY(desk.start());
+        QVERIFY(desk.connectAndWait());
+        NoPasteLineEdit* address = desk.view.connectionPanel()->addressField();
+        address->setEnabled(true);
+        address->setFocus();
+        KeyRecorder reached;
+        address->installEventFilter(&reached);
+        QVERIFY(desk.view.hasShortcutFilter());
+
+        // Command-Z with nothing to undo is swallowed.
+        QTest::keyClick(address, Qt::Key_Z, Qt::ControlModifier);
+        QVERIFY(reached.keys.isEmpty());
+        // Command-V with an empty clipboard goes on to the focused field.
+        desk.click(1, 1);
+        QTest::keyClick(address, Qt::Key_V, Qt::ControlModifier);
+        QCOMPARE(reached.keys, QList<QKeyCombination>{Qt::ControlModifier | Qt::Key_V});
+
+        // Command-Shift-C copies the selection.
+        desk.click(1, 4, Qt::ShiftModifier);
+        QTest::keyClick(address, Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(desk.model.clipboard().copiedSources.size(), 4);
+        QCOMPARE(reached.keys.size(), 1);
+
+        // Delete clears the selected buttons even while the field has the focus.
+        const QString typed = address->text();
+        QTest::keyClick(address, Qt::Key_Delete);
+        QCOMPARE(address->text(), typed);
+        for (int button = 1; button <= 4; ++button)
+            QTRY_COMPARE(desk.frame.mapping(Bus::pgm, 35, 1, button), quint32{0});
+        QCOMPARE(reached.keys.size(), 1);
+
+        desk.view.hide();
+        QVERIFY(!desk.view.hasShortcutFilter());
+    }
+
+    void dropsOnCellsAndTheSandbox()
+    {
+        Desk desk;
+        QVERIFY(desk.start());
+        QVERIFY(desk.connectAndWait());
+        MultiButtonDragData fromSandbox;
+        fromSandbox.buttons = {{1, 703, 1}};
+        fromSandbox.fromBus = sandboxOrigin.toString();
+        fromSandbox.fromShift = 1;
+        fromSandbox.anchorButton = 1;
+        fromSandbox.anchorShift = 1;
+        desk.dropOn(desk.grid, desk.grid.cellRect(3, 4).center(), fromSandbox);
+        QTRY_COMPARE(desk.frame.mapping(Bus::pgm, 35, 3, 4), quint32{703});
+        QVERIFY(desk.model.canUndo());
+
+        // Buttons dragged off the grid park their sources in the sandbox.
+        MultiButtonDragData fromGrid;
+        fromGrid.buttons = {{5, 12, 2}, {6, 0, 2}, {7, 31, 2}};
+        fromGrid.fromBus = u"PGM"_s;
+        fromGrid.fromShift = 2;
+        fromGrid.anchorButton = 5;
+        fromGrid.anchorShift = 2;
+        desk.dropOn(*desk.view.sandbox(), QPoint(10, 10), fromGrid);
+        QCOMPARE(desk.model.sandboxSlots().size(), 2);
+        QCOMPARE(desk.model.sandboxSlots()[1].source, 31);
+
+        // A payload that falls off the row is refused whole.
+        MultiButtonDragData wide = fromGrid;
+        wide.buttons = {{5, 12, 2}, {6, 13, 2}, {7, 14, 2}};
+        const quint32 before = desk.frame.mapping(Bus::pgm, 35, 1, 34);
+        const auto writes = desk.frame.writeRequests().size();
+        desk.dropOn(desk.grid, desk.grid.cellRect(1, 34).center(), wide);
+        QTest::qWait(200);
+        QCOMPARE(desk.frame.writeRequests().size(), writes);
+        QCOMPARE(desk.frame.mapping(Bus::pgm, 35, 1, 34), before);
+    }
+
+    void pasteARowThenUndoItOnTheDemoFrame()
+    {
+        Desk desk;
+        QVERIFY(desk.start());
+        QVERIFY(desk.connectAndWait());
+        // The grid shows the demo frame's names.
+        const ButtonCellState first = desk.model.cellState(1, 1);
+        QCOMPARE(first.source, qint64{desk.frame.mapping(Bus::pgm, 35, 1, 1)});
+        QVERIFY(first.displayName);
+        QCOMPARE(*first.displayName, *displayName(int(first.source), desk.frame.show().names(),
+                                                  desk.connection.internalSourceLabels()));
+
+        QList<quint32> row1;
+        QList<quint32> row3;
+        for (int button = 1; button <= 4; ++button) {
+            row1.append(desk.frame.mapping(Bus::pgm, 35, 1, button));
+            row3.append(desk.frame.mapping(Bus::pgm, 35, 3, button));
+        }
+        QVERIFY(row1 != row3);
+        QWidget* focus = desk.view.undoButton();
+        desk.click(1, 1);
+        desk.click(1, 4, Qt::ShiftModifier);
+        QTest::keyClick(focus, Qt::Key_C, Qt::ControlModifier);
+        desk.click(3, 1);
+        QTest::keyClick(focus, Qt::Key_V, Qt::ControlModifier);
+        auto frameRow3 = [&] {
+            QList<quint32> row;
+            for (int button = 1; button <= 4; ++button)
+                row.append(desk.frame.mapping(Bus::pgm, 35, 3, button));
+            return row;
+        };
+        QTRY_COMPARE(frameRow3(), row1);
+        QVERIFY(desk.view.undoButton()->isEnabled());
+        QTest::mouseClick(desk.view.undoButton(), Qt::LeftButton);
+        // Undo restores every button that had a source; one that had none keeps the pasted
+        // source, as nothing was known to restore.
+        QList<quint32> restored = row3;
+        for (int k = 0; k < restored.size(); ++k) {
+            if (restored[k] == 0)
+                restored[k] = row1[k];
+        }
+        QTRY_COMPARE(frameRow3(), restored);
+        QVERIFY(!desk.view.undoButton()->isEnabled());
+    }
+};
+
+QTEST_MAIN(TestMainView)
+#include "tst_main_view.moc"
