@@ -9,6 +9,7 @@
 #include "frame_emulator.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
+#include "stall_probe.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -23,28 +24,9 @@
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
+using quorvane::bench::StallProbe;
 
 namespace {
-
-class StallProbe : public QObject {
-public:
-    StallProbe()
-    {
-        m_timer.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&m_timer, &QTimer::timeout, this, [this] {
-            m_longest = qMax(m_longest, m_sinceTick.nsecsElapsed());
-            m_sinceTick.restart();
-        });
-        m_sinceTick.start();
-        m_timer.start(1);
-    }
-    double longestStallMs() const { return double(m_longest) / 1e6 - 1.0; }
-
-private:
-    QTimer m_timer;
-    QElapsedTimer m_sinceTick;
-    qint64 m_longest = 0;
-};
 
 bool waitFor(const std::function<bool()>& done, int ms)
 {

@@ -6,6 +6,7 @@
 #include "diagnostics/debug_logger.h"
 #include "frame_emulator.h"
 #include "link/gv_connection.h"
+#include "stall_probe.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -16,6 +17,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
+using quorvane::bench::StallProbe;
 
 namespace {
 
@@ -29,27 +31,6 @@ std::chrono::milliseconds fixedWaits(const LinkTiming& timing, int buttonCount)
            timing.preambleListen + timing.frameInfoListen + batchListens * timing.batchListen +
            timing.buttonsListen;
 }
-
-// Records the longest gap between two ticks of a 1 ms timer.
-class StallProbe : public QObject {
-public:
-    StallProbe()
-    {
-        m_timer.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&m_timer, &QTimer::timeout, this, [this] {
-            m_longest = qMax(m_longest, m_sinceTick.nsecsElapsed());
-            m_sinceTick.restart();
-        });
-        m_sinceTick.start();
-        m_timer.start(1);
-    }
-    double longestStallMs() const { return double(m_longest) / 1e6 - 1.0; }
-
-private:
-    QTimer m_timer;
-    QElapsedTimer m_sinceTick;
-    qint64 m_longest = 0;
-};
 
 } // namespace
 

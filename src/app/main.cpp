@@ -1,8 +1,8 @@
 #include "connection_panel.h"
 #include "content_view.h"
+#include "demo_frame.h"
 #include "diagnostics/debug_logger.h"
 #include "editing_model.h"
-#include "frame_emulator.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
 #include "start_options.h"
@@ -63,17 +63,11 @@ int main(int argc, char** argv)
 
     std::unique_ptr<emulator::FrameEmulator> demoFrame;
     if (start.options.demo) {
-        demoFrame = std::make_unique<emulator::FrameEmulator>();
-        if (demoFrame->start()) {
-            model.setIpAddress(u"127.0.0.1"_s);
-            view.connectionPanel()->setFrameNote(
-                u"Built-in demo frame: an emulated K-Frame on 127.0.0.1 with a sample show. "
-                u"No switcher is needed; changes stay in the demo."_s);
-        } else {
+        QString error;
+        demoFrame = startDemoFrame(view, error);
+        if (!demoFrame) {
             QMessageBox::warning(&window, u"Quorvane"_s,
-                                 u"The built-in demo frame could not start: "_s +
-                                     demoFrame->errorString());
-            demoFrame.reset();
+                                 u"The built-in demo frame could not start: "_s + error);
         }
     }
     if (start.options.host)

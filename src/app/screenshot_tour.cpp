@@ -3,9 +3,9 @@
 // scripts/screenshots.sh starts a virtual one).
 #include "connection_panel.h"
 #include "content_view.h"
+#include "demo_frame.h"
 #include "diagnostics/debug_logger.h"
 #include "editing_model.h"
-#include "frame_emulator.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
 #include "source_picker_dialog.h"
@@ -46,11 +46,6 @@ int main(int argc, char** argv)
     QDir().mkpath(folder);
     app.setStyle(QStyleFactory::create(u"Fusion"_s));
 
-    emulator::FrameEmulator frame;
-    if (!frame.start()) {
-        std::fprintf(stderr, "demo frame: %s\n", qPrintable(frame.errorString()));
-        return 1;
-    }
     QTemporaryDir settingsDir;
     QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
     DebugLogger logger;
@@ -59,9 +54,12 @@ int main(int argc, char** argv)
     window.show();
     window.setUpWindow();
     ContentView& view = window.contentView();
-    view.model().setIpAddress(u"127.0.0.1"_s);
-    view.connectionPanel()->setFrameNote(
-        u"Built-in demo frame: an emulated K-Frame on 127.0.0.1 with a sample show."_s);
+    QString error;
+    const std::unique_ptr<emulator::FrameEmulator> frame = startDemoFrame(view, error);
+    if (!frame) {
+        std::fprintf(stderr, "demo frame: %s\n", qPrintable(error));
+        return 1;
+    }
     view.connectionPanel()->pressConnectButton();
     if (!QTest::qWaitFor(
             [&] { return view.connection().connectionState() == ConnectionState::connected; },

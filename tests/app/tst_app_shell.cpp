@@ -1,6 +1,14 @@
 // The application shell without a frame: window geometry, menus, Help and About, the start
 // options, and the address field that only takes typing.
+#include "button_grid_widget.h"
+#include "connection_panel.h"
+#include "connection_panel_rules.h"
+#include "content_view.h"
+#include "debug_log_panel.h"
+#include "diagnostics/debug_logger.h"
+#include "editing_model.h"
 #include "info_windows.h"
+#include "link/gv_connection.h"
 #include "menus.h"
 #include "no_paste_line_edit.h"
 #include "start_options.h"
@@ -8,10 +16,14 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QComboBox>
 #include <QContextMenuEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPushButton>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -237,6 +249,85 @@ private Q_SLOTS:
         QTest::mouseClick(field, Qt::MiddleButton);
         QCOMPARE(field->text(), u"10.0.0.5"_s);
         QVERIFY(!field->acceptDrops());
+    }
+
+    void connectButtonTextsAndActions()
+    {
+        QCOMPARE(connectButtonLabel(ConnectionState::idle), u"Connect"_s);
+        for (ConnectionState state :
+             {ConnectionState::connecting, ConnectionState::handshake, ConnectionState::heartbeat,
+              ConnectionState::loadingNames, ConnectionState::loadingButtons})
+            QCOMPARE(connectButtonLabel(state), u"Cancel"_s);
+        QCOMPARE(connectButtonLabel(ConnectionState::connected), u"Disconnect"_s);
+        QCOMPARE(connectButtonAction(false, ConnectionState::idle), ConnectAction::connect);
+        QCOMPARE(connectButtonAction(false, ConnectionState::heartbeat), ConnectAction::cancel);
+        QCOMPARE(connectButtonAction(true, ConnectionState::loadingButtons),
+                 ConnectAction::disconnect);
+    }
+
+    void logLinesAreColouredByTheirFirstMarker()
+    {
+        QCOMPARE(logLineKind(u"[12:00:00.000] [ERROR] sendTo FAILED"_s), LogLineKind::error);
+        QCOMPARE(logLineKind(u"[12:00:00.000] [WARN] Unknown bus field: 0x60"_s),
+                 LogLineKind::warning);
+        QCOMPARE(logLineKind(u"[12:00:00.000] [HEX] Write command: [26 bytes]"_s),
+                 LogLineKind::hex);
+        QCOMPARE(logLineKind(u"[12:00:00.000] [HEX] quoting [ERROR]"_s), LogLineKind::error);
+        QCOMPARE(logLineKind(u"[12:00:00.000] [INFO] Connected"_s), LogLineKind::normal);
+    }
+
+    void copyingTheLog()
+    {
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        DebugLogPanel panel(logger);
+        QApplication::clipboard()->setText(u"something else"_s);
+        panel.copyToClipboard();
+        QCOMPARE(QApplication::clipboard()->text(), QString());
+        logger.info(u"first"_s);
+        logger.warn(u"second"_s);
+        QCoreApplication::sendPostedEvents();
+        QTest::mouseClick(panel.copyButton(), Qt::LeftButton);
+        const QStringList lines = QApplication::clipboard()->text().split(u'\n');
+        QCOMPARE(lines.size(), 2);
+        QVERIFY(lines[0].endsWith(u"] [INFO] first"_s));
+        QVERIFY(lines[1].endsWith(u"] [WARN] second"_s));
+    }
+
+    void theAddressStartsWithTheSavedHost()
+    {
+        QTemporaryDir settingsDir;
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        QSettings fresh(settingsDir.filePath(u"fresh.ini"_s), QSettings::IniFormat);
+        ContentView first(fresh, logger);
+        const QString initial = first.connectionPanel()->addressField()->text();
+        QCOMPARE(initial.size(), 14);
+        QCOMPARE(first.model().ipAddress(), initial);
+
+        QSettings used(settingsDir.filePath(u"used.ini"_s), QSettings::IniFormat);
+        used.setValue(u"Quorvane.lastHost"_s, u"10.20.30.40"_s);
+        ContentView second(used, logger);
+        QCOMPARE(second.connectionPanel()->addressField()->text(), u"10.20.30.40"_s);
+    }
+
+    void theButtonCountChangesWhileDisconnected()
+    {
+        QTemporaryDir settingsDir;
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
+        ContentView view(preferences, logger);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        QComboBox* counts = view.connectionPanel()->buttonCountChoice();
+        const int twenty = counts->findData(20);
+        QVERIFY(twenty >= 0);
+        counts->setCurrentIndex(twenty);
+        Q_EMIT counts->activated(twenty);
+        QCOMPARE(view.connection().buttonCount(), 20);
+        QCOMPARE(view.model().selectedButtonCount(), 20);
+        QCOMPARE(view.grid()->sizeHint().width(), 55 + 20 * 55 + 4);
     }
 };
 

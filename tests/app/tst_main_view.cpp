@@ -3,6 +3,7 @@
 #include "button_grid_widget.h"
 #include "connection_panel.h"
 #include "content_view.h"
+#include "demo_frame.h"
 #include "drag_payload.h"
 #include "editing_model.h"
 #include "link_fixture.h"
@@ -275,22 +276,31 @@ private Q_SLOTS:
 
     void pasteARowThenUndoItOnTheDemoFrame()
     {
+        // As `quorvane --demo` starts: the built-in frame, the address pointed at it.
         Desk desk;
-        QVERIFY(desk.start());
+        QString error;
+        const std::unique_ptr<emulator::FrameEmulator> demo = startDemoFrame(desk.view, error);
+        QVERIFY2(demo, qPrintable(error));
+        QCOMPARE(desk.model.ipAddress(), u"127.0.0.1"_s);
+        desk.window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&desk.window));
         QVERIFY(desk.connectAndWait());
+
         // The grid shows the demo frame's names.
         const ButtonCellState first = desk.model.cellState(1, 1);
-        QCOMPARE(first.source, qint64{desk.frame.mapping(Bus::pgm, 35, 1, 1)});
+        QCOMPARE(first.source, qint64{demo->mapping(Bus::pgm, 35, 1, 1)});
         QVERIFY(first.displayName);
-        QCOMPARE(*first.displayName, *displayName(int(first.source), desk.frame.show().names(),
+        QCOMPARE(*first.displayName, *displayName(int(first.source), demo->show().names(),
                                                   desk.connection.internalSourceLabels()));
 
-        QList<quint32> row1;
-        QList<quint32> row3;
-        for (int button = 1; button <= 4; ++button) {
-            row1.append(desk.frame.mapping(Bus::pgm, 35, 1, button));
-            row3.append(desk.frame.mapping(Bus::pgm, 35, 3, button));
-        }
+        auto frameRow = [&](int shift) {
+            QList<quint32> row;
+            for (int button = 1; button <= 4; ++button)
+                row.append(demo->mapping(Bus::pgm, 35, shift, button));
+            return row;
+        };
+        const QList<quint32> row1 = frameRow(1);
+        const QList<quint32> row3 = frameRow(3);
         QVERIFY(row1 != row3);
         QWidget* focus = desk.view.undoButton();
         desk.click(1, 1);
@@ -298,13 +308,7 @@ private Q_SLOTS:
         QTest::keyClick(focus, Qt::Key_C, Qt::ControlModifier);
         desk.click(3, 1);
         QTest::keyClick(focus, Qt::Key_V, Qt::ControlModifier);
-        auto frameRow3 = [&] {
-            QList<quint32> row;
-            for (int button = 1; button <= 4; ++button)
-                row.append(desk.frame.mapping(Bus::pgm, 35, 3, button));
-            return row;
-        };
-        QTRY_COMPARE(frameRow3(), row1);
+        QTRY_COMPARE(frameRow(3), row1);
         QVERIFY(desk.view.undoButton()->isEnabled());
         QTest::mouseClick(desk.view.undoButton(), Qt::LeftButton);
         // Undo restores every button that had a source; one that had none keeps the pasted
@@ -314,7 +318,7 @@ private Q_SLOTS:
             if (restored[k] == 0)
                 restored[k] = row1[k];
         }
-        QTRY_COMPARE(frameRow3(), restored);
+        QTRY_COMPARE(frameRow(3), restored);
         QVERIFY(!desk.view.undoButton()->isEnabled());
     }
 };

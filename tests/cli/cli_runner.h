@@ -4,6 +4,7 @@
 
 #include "cli.h"
 #include "diagnostics/debug_logger.h"
+#include "fast_timing.h"
 
 #include <QBuffer>
 #include <QTest>
@@ -12,26 +13,13 @@
 
 namespace quorvane::test {
 
-using namespace std::chrono_literals;
-
-// The protocol's waits cut down so that a connect and a bus load take well under a second.
+// A connect and a bus load in well under a second, and a silent frame given up on quickly.
 inline LinkTiming quickTiming()
 {
-    LinkTiming timing;
+    LinkTiming timing = fastTiming();
     timing.handshakeLimit = 1'500ms;
     timing.syncRetry = 200ms;
-    timing.handshakePoll = 20ms;
-    timing.registrationPause = 10ms;
-    timing.registrationReplyWait = 100ms;
-    timing.heartbeatAnswerPeriod = 300ms;
-    timing.heartbeatPoll = 50ms;
-    timing.heartbeatPause = 20ms;
-    timing.namesListen = 300ms;
-    timing.preambleListen = 20ms;
-    timing.frameInfoListen = 20ms;
-    timing.batchListen = 2ms;
     timing.buttonsListen = 250ms;
-    timing.buttonsListenSlice = 20ms;
     return timing;
 }
 

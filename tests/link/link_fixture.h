@@ -2,6 +2,7 @@
 
 // A connection and an emulated frame on loopback, with a private log and private settings.
 
+#include "fast_timing.h"
 #include "frame_emulator.h"
 #include "link/gv_connection.h"
 #include "link/wire_messages.h"
@@ -15,27 +16,6 @@
 #include <memory>
 
 namespace quorvane::test {
-
-using namespace std::chrono_literals;
-
-// The protocol's waits cut down so that a whole connect takes well under a second.
-inline LinkTiming fastTiming()
-{
-    LinkTiming timing;
-    timing.handshakePoll = 20ms;
-    timing.registrationPause = 10ms;
-    timing.registrationReplyWait = 100ms;
-    timing.heartbeatAnswerPeriod = 300ms;
-    timing.heartbeatPoll = 50ms;
-    timing.heartbeatPause = 20ms;
-    timing.namesListen = 300ms;
-    timing.preambleListen = 20ms;
-    timing.frameInfoListen = 20ms;
-    timing.batchListen = 2ms;
-    timing.buttonsListen = 300ms;
-    timing.buttonsListenSlice = 20ms;
-    return timing;
-}
 
 struct StateStep {
     ConnectionState state;

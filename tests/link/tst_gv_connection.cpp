@@ -68,6 +68,13 @@ class TestGVConnection : public QObject {
         return std::make_unique<GVConnection>(*m_preferences, *m_logger);
     }
 
+    // Cancels a connect a test started and lets its task see that, so nothing is left waiting.
+    static void finish(GVConnection& connection)
+    {
+        connection.cancelConnect();
+        QTRY_VERIFY(!connection.isConnectionTaskRunning());
+    }
+
     // Forgets what the set-up logged, so a test sees only its own lines.
     void forgetLog()
     {
@@ -201,6 +208,7 @@ private Q_SLOTS:
                              u" (ports "_s + QString::number(mainPort) + u'/' +
                              QString::number(listenerPort) + u"), "_s + countText +
                              u"-button mode"_s));
+        finish(*connection);
     }
 
     void connectEntersConnecting()
@@ -218,6 +226,7 @@ private Q_SLOTS:
         QCOMPARE(state.count(), 1);
         QCOMPARE(progress.count(), 1);
         QCOMPARE(loading.count(), 1);
+        finish(*connection);
     }
 
     void disconnectWithNothingOpen()
@@ -265,6 +274,7 @@ private Q_SLOTS:
         QCOMPARE(connection->selectedSuite(), 2);
         QCOMPARE(connection->targetHost(), u"10.1.2.3"_s);
         QVERIFY(!connection->internalSourceLabels().isEmpty());
+        finish(*connection);
     }
 
     void buttonDataUpdatesMappingsAtOnce()
@@ -289,6 +299,7 @@ private Q_SLOTS:
 
         connection->parseButtonData(bytes("00 04 00 01")); // too short: nothing changes
         QCOMPARE(changed.count(), 2);
+        finish(*connection);
     }
 
     void sourceNamesAreMergedThroughTheEventLoop()
