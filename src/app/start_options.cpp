@@ -1,5 +1,7 @@
 #include "start_options.h"
 
+#include "model/button_address.h"
+
 #include <QCommandLineParser>
 
 using namespace Qt::StringLiterals;
@@ -40,8 +42,7 @@ ParsedStart parseStartOptions(const QStringList& arguments)
         return value;
     };
     options.suite = number(u"suite"_s, [](int n) { return n >= 1 && n <= 4; });
-    options.buttons =
-        number(u"buttons"_s, [](int n) { return n == 15 || n == 20 || n == 25 || n == 35; });
+    options.buttons = number(u"buttons"_s, [](int n) { return isSupportedButtonCount(n); });
     return parsed;
 }
 

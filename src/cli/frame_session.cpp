@@ -13,10 +13,6 @@ QString secondsText(std::chrono::milliseconds duration)
     return QString::number(static_cast<double>(duration.count()) / 1000.0) + u" s"_s;
 }
 
-QString modeKey(Bus bus, int buttonCount)
-{
-    return busName(bus) + u'-' + QString::number(buttonCount);
-}
 } // namespace
 
 FrameSession::FrameSession(DebugLogger& logger, const LinkTiming& timing)

@@ -1,5 +1,6 @@
 #include "gv_connection.h"
 
+#include "model/button_address.h"
 #include "model/source_labels.h"
 #include "suspend.h"
 
@@ -17,12 +18,6 @@ constexpr int lastSuite = 4;
 constexpr int defaultButtonCount = 35;
 constexpr quint16 suitePortBase = 6130;
 
-int supportedButtonCount(int requested)
-{
-    constexpr std::array supported{15, 20, 25, 35};
-    return std::ranges::find(supported, requested) != supported.end() ? requested
-                                                                      : defaultButtonCount;
-}
 } // namespace
 
 GVConnection::GVConnection(QSettings& preferences, DebugLogger& logger, QObject* parent)
@@ -69,7 +64,8 @@ void GVConnection::connect(const QString& host, int suite, int buttonCount)
         m_session->cancelled = true;
     m_targetHost = host;
     m_selectedSuite = std::clamp(suite, firstSuite, lastSuite);
-    publish(m_buttonCount, supportedButtonCount(buttonCount), &GVConnection::buttonCountChanged);
+    publish(m_buttonCount, isSupportedButtonCount(buttonCount) ? buttonCount : defaultButtonCount,
+            &GVConnection::buttonCountChanged);
     m_mainPort = static_cast<quint16>(suitePortBase + 2 * m_selectedSuite);
     m_listenerPort = m_mainPort | 1;
 

@@ -20,15 +20,6 @@ constexpr qsizetype headerBytesLogged = 20;
 constexpr qsizetype buttonDataFrom = 21;
 constexpr qsizetype subscriptionCodeEnd = 18;
 
-QString modeKey(Bus bus, int buttonCount)
-{
-    return busName(bus) + u'-' + QString::number(buttonCount);
-}
-
-bool isSupportedCount(int count)
-{
-    return count == 15 || count == 20 || count == 25 || count == 35;
-}
 } // namespace
 
 QCoro::Task<> GVConnection::autoLoadAllData(Token token)
@@ -255,7 +246,7 @@ QCoro::Task<int> GVConnection::listen(std::chrono::milliseconds duration)
 
 void GVConnection::changeButtonCount(int count)
 {
-    if (!isSupportedCount(count)) {
+    if (!isSupportedButtonCount(count)) {
         m_logger.warn(u"changeButtonCount: invalid count "_s + QString::number(count));
         return;
     }

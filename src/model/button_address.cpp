@@ -3,6 +3,7 @@
 #include "diagnostics/programming_error.h"
 
 #include <QtNumeric>
+#include <algorithm>
 
 namespace quorvane {
 
@@ -10,6 +11,12 @@ namespace {
 constexpr int numbersPerButton = 16;
 constexpr int shiftRows = 4;
 } // namespace
+
+bool isSupportedButtonCount(qint64 count)
+{
+    return std::find(supportedButtonCounts.begin(), supportedButtonCounts.end(), count) !=
+           supportedButtonCounts.end();
+}
 
 int parameterBase(int buttonCount)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtGlobal>
+#include <array>
 #include <optional>
 
 namespace quorvane {
@@ -12,6 +13,10 @@ namespace quorvane {
 //
 // The bases (15 → 18, 20 → 19, 25 → 17, otherwise 16) are the frame's own irregular layout.
 int parameterBase(int buttonCount);
+
+// The panel widths a suite can have.
+inline constexpr std::array<int, 4> supportedButtonCounts{15, 20, 25, 35};
+bool isSupportedButtonCount(qint64 count);
 
 struct ButtonPosition {
     int shift = 0;  // 1 to 4

@@ -8,4 +8,9 @@ QString mappingKey(Bus bus, int buttonCount, int shift, int button)
            u'-' + QString::number(button);
 }
 
+QString modeKey(Bus bus, int buttonCount)
+{
+    return busName(bus) + u'-' + QString::number(buttonCount);
+}
+
 } // namespace quorvane

@@ -25,6 +25,9 @@ QString mappingKey(Bus bus, int buttonCount, int shift, int button);
 
 using MappingTable = QHash<QString, ButtonMapping>;
 
+// A bus loaded at one button count, "PGM-35": the connection caches loads under this key.
+QString modeKey(Bus bus, int buttonCount);
+
 // A button as it was before an edit; source 0 means it was unmapped.
 struct ButtonState {
     Bus bus = Bus::me1;

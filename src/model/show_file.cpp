@@ -1,5 +1,6 @@
 #include "show_file.h"
 
+#include "button_address.h"
 #include "show_file_rules.h"
 
 #include <QStringDecoder>
@@ -11,11 +12,6 @@ using namespace Qt::StringLiterals;
 namespace quorvane {
 
 namespace showfile {
-
-bool isButtonCount(qint64 count)
-{
-    return count == 15 || count == 20 || count == 25 || count == 35;
-}
 
 namespace {
 std::optional<QString> outside(const QString& what, const Whole& number, qint64 low, qint64 high)
@@ -34,7 +30,7 @@ std::optional<QString> suiteReason(const Whole& suite)
 
 std::optional<QString> buttonCountReason(const Whole& count)
 {
-    if (isButtonCount(count.value))
+    if (isSupportedButtonCount(count.value))
         return std::nullopt;
     return u"button count "_s + count.text + u" is not 15, 20, 25 or 35"_s;
 }
@@ -47,7 +43,7 @@ std::optional<QString> shiftReason(const Whole& shift)
 std::optional<QString> buttonReason(const Whole& button, int buttonCount)
 {
     return outside(u"button"_s, button, 1,
-                   isButtonCount(buttonCount) ? buttonCount : largestButtonCount);
+                   isSupportedButtonCount(buttonCount) ? buttonCount : largestButtonCount);
 }
 
 std::optional<QString> sourceReason(const Whole& source)

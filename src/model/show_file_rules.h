@@ -24,8 +24,6 @@ struct Whole {
     QString text;
 };
 
-bool isButtonCount(qint64 count);
-
 // Each returns the reason to refuse the value, or nothing when it is fine. A button is checked
 // against the largest panel when the button count itself is wrong.
 std::optional<QString> suiteReason(const Whole& suite);

@@ -16,11 +16,6 @@ QList<SelectedButtonKey> sortedKeys(const ButtonKeySet& keys)
     return ordered;
 }
 
-bool isSupportedButtonCount(int count)
-{
-    return count == 15 || count == 20 || count == 25 || count == 35;
-}
-
 bool isInGrid(int shift, int button, int buttonCount)
 {
     return shift >= firstShift && shift <= lastShift && button >= 1 && button <= buttonCount;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/bus.h"
+#include "model/button_address.h"
 
 #include <QPointF>
 #include <QString>
@@ -21,9 +22,6 @@ inline constexpr int cellHeight = 44;
 inline constexpr int cellPitchX = 55;
 inline constexpr int cellPitchY = 47;
 inline constexpr int rowLabelWidth = 55;
-
-// The button counts a panel row can have.
-bool isSupportedButtonCount(int count);
 
 bool isInGrid(int shift, int button, int buttonCount);
 

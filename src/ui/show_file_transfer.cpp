@@ -10,11 +10,6 @@ using namespace Qt::StringLiterals;
 namespace quorvane {
 
 namespace {
-QString modeKey(Bus bus, int buttonCount)
-{
-    return busName(bus) + u'-' + QString::number(buttonCount);
-}
-
 QList<ShowButton> loadedButtons(const GVConnection& connection)
 {
     const int count = connection.buttonCount();

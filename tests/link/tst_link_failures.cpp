@@ -13,20 +13,26 @@ namespace {
 
 constexpr int connectTimeoutMs = 10'000;
 
-// Answers the verification PINGs of the listed exchanges only (1-based). The first PING on the
-// dynamic port belongs to the handshake and is always answered.
-void answerExchanges(LinkFixture& link, QList<int> answered)
+// Calls `onPing` for every PING on the dynamic port, before the frame answers it, with its
+// number: 0 is the handshake's, 1 to 5 the verification exchanges'.
+void onDynamicPing(LinkFixture& link, std::function<void(int exchange)> onPing)
 {
     auto pings = std::make_shared<int>(0);
     QObject::connect(&link.frame, &emulator::FrameEmulator::datagramReceived, &link.frame,
-                     [&link, pings, answered](const emulator::ReceivedDatagram& datagram) {
-                         if (datagram.localPort != 5123 ||
-                             datagram.message.kind != ClientMessageKind::ping) {
-                             return;
+                     [pings, onPing](const emulator::ReceivedDatagram& datagram) {
+                         if (datagram.localPort == 5123 &&
+                             datagram.message.kind == ClientMessageKind::ping) {
+                             onPing((*pings)++);
                          }
-                         const int exchange = (*pings)++;
-                         link.frame.setAnsweringPings(exchange == 0 || answered.contains(exchange));
                      });
+}
+
+// Answers the verification PINGs of the listed exchanges only; the handshake's is answered.
+void answerExchanges(LinkFixture& link, QList<int> answered)
+{
+    onDynamicPing(link, [&link, answered](int exchange) {
+        link.frame.setAnsweringPings(exchange == 0 || answered.contains(exchange));
+    });
 }
 
 QStringList heartbeatLines(const QStringList& messages)
@@ -110,25 +116,17 @@ private Q_SLOTS:
         // The frame answers the verification PINGs itself, differently each time.
         emulator::FrameEmulatorOptions options;
         LinkFixture link(options);
-        auto pings = std::make_shared<int>(0);
-        QObject::connect(
-            &link.frame, &emulator::FrameEmulator::datagramReceived, &link.frame,
-            [&link, pings](const emulator::ReceivedDatagram& datagram) {
-                if (datagram.localPort != 5123 ||
-                    datagram.message.kind != ClientMessageKind::ping) {
-                    return;
-                }
-                const int exchange = (*pings)++;
-                link.frame.setAnsweringPings(exchange == 0 || exchange > 2);
-                using emulator::ClientPort;
-                using emulator::FramePort;
-                if (exchange == 1) {
-                    link.frame.sendRaw(FramePort::dynamic, ClientPort::main, bytes("00 02 ab cd"));
-                } else if (exchange == 2) {
-                    link.frame.sendRaw(FramePort::dynamic, ClientPort::main, bytes("02"));
-                    link.frame.sendRaw(FramePort::dynamic, ClientPort::main, bytes("00 01 00 00"));
-                }
-            });
+        onDynamicPing(link, [&link](int exchange) {
+            link.frame.setAnsweringPings(exchange == 0 || exchange > 2);
+            using emulator::ClientPort;
+            using emulator::FramePort;
+            if (exchange == 1) {
+                link.frame.sendRaw(FramePort::dynamic, ClientPort::main, bytes("00 02 ab cd"));
+            } else if (exchange == 2) {
+                link.frame.sendRaw(FramePort::dynamic, ClientPort::main, bytes("02"));
+                link.frame.sendRaw(FramePort::dynamic, ClientPort::main, bytes("00 01 00 00"));
+            }
+        });
         QVERIFY(link.startFrame());
         link.connection->connect(u"127.0.0.1"_s, 1, 35);
         QTRY_COMPARE_WITH_TIMEOUT(link.connection->connectionState(), ConnectionState::connected,

@@ -2,6 +2,7 @@
 
 #include "drag_payload.h"
 #include "editing_model.h"
+#include "grid_geometry.h"
 #include "link/gv_connection.h"
 
 #include <QApplication>
@@ -16,8 +17,6 @@ using namespace Qt::StringLiterals;
 namespace quorvane {
 
 namespace {
-constexpr int shiftRows = 4;
-
 QColor cellFill(const ButtonCellState& cell)
 {
     if (!cell.isFullyLoaded)
@@ -67,25 +66,25 @@ ButtonGridWidget::ButtonGridWidget(EditingModel& model, QWidget* parent)
 
 QSize ButtonGridWidget::sizeHint() const
 {
-    return {labelWidth + m_model.selectedButtonCount() * pitchX + 4,
-            headerHeight + shiftRows * pitchY + 4};
+    return {rowLabelWidth + m_model.selectedButtonCount() * cellPitchX + 4,
+            headerHeight + shiftLevels * cellPitchY + 4};
 }
 
 QRect ButtonGridWidget::cellRect(int shift, int button) const
 {
-    return {labelWidth + (button - 1) * pitchX + 3, headerHeight + (shift - 1) * pitchY, cellWidth,
-            cellHeight};
+    return {rowLabelWidth + (button - 1) * cellPitchX + 3, headerHeight + (shift - 1) * cellPitchY,
+            cellWidth, cellHeight};
 }
 
 std::optional<SelectedButtonKey> ButtonGridWidget::cellAt(QPoint point) const
 {
-    const int x = point.x() - labelWidth - 3;
+    const int x = point.x() - rowLabelWidth - 3;
     const int y = point.y() - headerHeight;
-    if (x < 0 || y < 0 || x % pitchX >= cellWidth || y % pitchY >= cellHeight)
+    if (x < 0 || y < 0 || x % cellPitchX >= cellWidth || y % cellPitchY >= cellHeight)
         return std::nullopt;
-    const int button = x / pitchX + 1;
-    const int shift = y / pitchY + 1;
-    if (button > m_model.selectedButtonCount() || shift > shiftRows)
+    const int button = x / cellPitchX + 1;
+    const int shift = y / cellPitchY + 1;
+    if (button > m_model.selectedButtonCount() || shift > shiftLevels)
         return std::nullopt;
     return SelectedButtonKey{shift, button};
 }
@@ -139,11 +138,12 @@ void ButtonGridWidget::paintEvent(QPaintEvent*)
     QFont label = font();
     label.setPixelSize(11); // the row labels fit the 55-wide label column
     label.setBold(true);
-    for (int shift = 1; shift <= shiftRows; ++shift) {
+    for (int shift = 1; shift <= shiftLevels; ++shift) {
         painter.setFont(label);
         painter.setPen(QColor(0xd0, 0xd3, 0xd9));
-        painter.drawText(QRect(0, headerHeight + (shift - 1) * pitchY, labelWidth - 6, cellHeight),
-                         Qt::AlignRight | Qt::AlignVCenter, u"Shift "_s + QString::number(shift));
+        painter.drawText(
+            QRect(0, headerHeight + (shift - 1) * cellPitchY, rowLabelWidth - 6, cellHeight),
+            Qt::AlignRight | Qt::AlignVCenter, u"Shift "_s + QString::number(shift));
         for (int button = 1; button <= count; ++button)
             paintCell(painter, cellRect(shift, button), m_model.cellState(shift, button));
     }

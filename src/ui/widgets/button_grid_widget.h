@@ -17,12 +17,7 @@ class ButtonGridWidget : public QWidget {
     Q_OBJECT
 
 public:
-    static constexpr int cellWidth = 52;
-    static constexpr int cellHeight = 44;
-    static constexpr int pitchX = 55;
-    static constexpr int pitchY = 47;
-    static constexpr int labelWidth = 55;
-    static constexpr int headerHeight = 20;
+    static constexpr int headerHeight = 20; // the row of button numbers
 
     explicit ButtonGridWidget(EditingModel& model, QWidget* parent = nullptr);
 

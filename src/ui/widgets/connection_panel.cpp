@@ -3,6 +3,7 @@
 #include "connection_panel_rules.h"
 #include "editing_model.h"
 #include "link/gv_connection.h"
+#include "model/button_address.h"
 #include "no_paste_line_edit.h"
 
 #include <QCheckBox>
@@ -20,7 +21,6 @@ namespace quorvane {
 
 namespace {
 constexpr int progressSteps = 100;
-const QList<int> buttonCounts{15, 20, 25, 35};
 } // namespace
 
 ConnectionPanel::ConnectionPanel(EditingModel& model, QWidget* parent)
@@ -44,7 +44,7 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, QWidget* parent)
     m_address->setMinimumWidth(140);
     for (int suite = 1; suite <= 4; ++suite)
         m_suite->addItem(QString::number(suite), suite);
-    for (int count : buttonCounts)
+    for (int count : supportedButtonCounts)
         m_buttonCount->addItem(QString::number(count) + u" buttons"_s, count);
     m_connect->setDefault(true);
     m_connect->setMinimumWidth(100);
