@@ -6,6 +6,7 @@
 #include "model/frame_info_decoder.h"
 #include "model/source_definition_decoder.h"
 #include "model/source_name_decoder.h"
+#include "queued.h"
 
 using namespace Qt::StringLiterals;
 
@@ -22,13 +23,10 @@ void GVConnection::parseSourceNameData020b(QByteArrayView datagram)
     std::vector<DecodedSourceName> records = quorvane::parseSourceNameData020b(datagram, m_logger);
     if (records.empty())
         return;
-    QMetaObject::invokeMethod(
-        this,
-        [this, records = std::move(records)] {
-            mergeSourceNames(m_sourceNames, records, m_logger);
-            Q_EMIT sourceNamesChanged();
-        },
-        Qt::QueuedConnection);
+    queueInSession(this, m_session, [this, records = std::move(records)] {
+        mergeSourceNames(m_sourceNames, records, m_logger);
+        Q_EMIT sourceNamesChanged();
+    });
 }
 
 void GVConnection::parseSourceDefinitionData(QByteArrayView datagram)
@@ -36,28 +34,22 @@ void GVConnection::parseSourceDefinitionData(QByteArrayView datagram)
     std::vector<EngineeringName> names = quorvane::parseSourceDefinitionData(datagram, m_logger);
     if (names.empty())
         return;
-    QMetaObject::invokeMethod(
-        this,
-        [this, names = std::move(names)] {
-            mergeEngineeringNames(m_sourceNames, names, m_logger);
-            Q_EMIT sourceNamesChanged();
-        },
-        Qt::QueuedConnection);
+    queueInSession(this, m_session, [this, names = std::move(names)] {
+        mergeEngineeringNames(m_sourceNames, names, m_logger);
+        Q_EMIT sourceNamesChanged();
+    });
 }
 
 void GVConnection::parseFrameInfo(QByteArrayView datagram)
 {
     const FrameInfo info = scanFrameInfo(datagram, m_logger);
-    QMetaObject::invokeMethod(
-        this,
-        [this, info] {
-            if (info.version)
-                setFrameVersion(*info.version);
-            if (info.name)
-                setFrameName(*info.name);
-            applyGenericFrameName();
-        },
-        Qt::QueuedConnection);
+    queueInSession(this, m_session, [this, info] {
+        if (info.version)
+            setFrameVersion(*info.version);
+        if (info.name)
+            setFrameName(*info.name);
+        applyGenericFrameName();
+    });
 }
 
 void GVConnection::logSourceNamesSummary()

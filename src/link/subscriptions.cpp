@@ -4,6 +4,7 @@
 #include "gv_connection.h"
 #include "model/button_address.h"
 #include "model/byte_reader.h"
+#include "queued.h"
 #include "suspend.h"
 #include "wire_messages.h"
 
@@ -236,8 +237,7 @@ QCoro::Task<int> GVConnection::listen(std::chrono::milliseconds duration)
             sendTo(mainSocket, wire::ackFor(bytes), datagram->senderPort);
         }
         if (isData && bytes.size() >= buttonDataFrom) {
-            QMetaObject::invokeMethod(
-                this, [this, bytes] { parseButtonData(bytes); }, Qt::QueuedConnection);
+            queueInSession(this, m_session, [this, bytes] { parseButtonData(bytes); });
             ++handedOn;
         }
     }

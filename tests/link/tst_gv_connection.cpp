@@ -432,6 +432,20 @@ private Q_SLOTS:
         QVERIFY(!loggedMessages(*m_logger).join(u'\n').contains(u"Set frame name"_s));
     }
 
+    void decodingQueuedBeforeADisconnectDoesNotLandAfterIt()
+    {
+        const auto connection = makeConnection();
+        connection->connect(u"10.1.2.3"_s, 1, 35);
+        connection->parseSourceNameData020b(liveNameDatagram());
+        connection->parseFrameInfo(QByteArrayView("Kayenne V1.0"));
+        connection->disconnect();
+        runQueuedCalls();
+        QVERIFY(connection->sourceNames().isEmpty());
+        QCOMPARE(connection->frameName(), QString());
+        QCOMPARE(connection->frameVersion(), QString());
+        finish(*connection);
+    }
+
     void stateTextsRoundTrip()
     {
         const QStringList texts{u"Disconnected"_s,
