@@ -20,17 +20,23 @@ quint16 buttonParameter(int buttonCount, int shift, int button)
     return static_cast<quint16>(parameter);
 }
 
+quint32 frameButtonKey(const PanelButton& button)
+{
+    return frameButtonKey(busCode(button.bus),
+                          buttonParameter(button.buttonCount, button.shift, button.button));
+}
+
 quint32 ButtonTable::source(quint8 busCode, quint16 parameter) const
 {
-    return m_sources.value(key(busCode, parameter), 0);
+    return m_sources.value(frameButtonKey(busCode, parameter), 0);
 }
 
 void ButtonTable::setSource(quint8 busCode, quint16 parameter, quint32 source)
 {
     if (source == 0)
-        m_sources.remove(key(busCode, parameter));
+        m_sources.remove(frameButtonKey(busCode, parameter));
     else
-        m_sources.insert(key(busCode, parameter), source);
+        m_sources.insert(frameButtonKey(busCode, parameter), source);
 }
 
 quint32 ButtonTable::mapping(Bus bus, int buttonCount, int shift, int button) const

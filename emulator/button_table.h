@@ -12,6 +12,21 @@ namespace quorvane::emulator {
 // because the bases (18, 19, 17, 16) differ in their low four bits.
 quint16 buttonParameter(int buttonCount, int shift, int button);
 
+// One panel button, as a test or a fault switch names it.
+struct PanelButton {
+    Bus bus = Bus::pgm;
+    int buttonCount = 35;
+    int shift = 1;
+    int button = 1;
+};
+
+// How the frame itself tells its buttons apart: bus code and parameter number.
+inline quint32 frameButtonKey(quint8 busCode, quint16 parameter)
+{
+    return (quint32{busCode} << 16) | parameter;
+}
+quint32 frameButtonKey(const PanelButton& button);
+
 // The frame's source-select assignments, as the frame itself keys them: by bus code and
 // parameter number. A write or subscription for any parameter works, whether or not it lies
 // on a panel grid.
@@ -30,11 +45,6 @@ public:
     friend bool operator==(const ButtonTable&, const ButtonTable&) = default;
 
 private:
-    static quint32 key(quint8 busCode, quint16 parameter)
-    {
-        return (quint32{busCode} << 16) | parameter;
-    }
-
     QHash<quint32, quint32> m_sources; // unassigned buttons are absent
 };
 

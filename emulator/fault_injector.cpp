@@ -5,13 +5,19 @@ namespace quorvane::emulator {
 namespace {
 constexpr int shortestGarbage = 1;
 constexpr int longestGarbage = 96;
-// Keeps the garbage sequence apart from the drop sequence for the same seed.
+// Keep the random sequences apart from one another for the same seed.
 constexpr quint32 garbageSeedOffset = 0x9e3779b9;
+constexpr quint32 dropSentSeedOffset = 0x85ebca6b;
+constexpr quint32 reorderSeedOffset = 0xc2b2ae35;
 } // namespace
 
 FaultInjector::FaultInjector(const FaultOptions& options)
     : m_dropFraction(options.dropFraction)
+    , m_dropSentFraction(options.dropSentFraction)
+    , m_reorderWindowMs(options.reorderWindowMs)
     , m_dropRandom(options.seed)
+    , m_dropSentRandom(options.seed ^ dropSentSeedOffset)
+    , m_reorderRandom(options.seed ^ reorderSeedOffset)
     , m_garbageRandom(options.seed ^ garbageSeedOffset)
 {
 }
@@ -19,6 +25,16 @@ FaultInjector::FaultInjector(const FaultOptions& options)
 bool FaultInjector::dropsNext()
 {
     return m_dropRandom.generateDouble() < m_dropFraction;
+}
+
+bool FaultInjector::dropsNextSent()
+{
+    return m_dropSentFraction > 0 && m_dropSentRandom.generateDouble() < m_dropSentFraction;
+}
+
+int FaultInjector::reorderDelayMs()
+{
+    return m_reorderWindowMs > 0 ? m_reorderRandom.bounded(m_reorderWindowMs + 1) : 0;
 }
 
 QByteArray FaultInjector::garbage()

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "button_table.h"
+
 #include <QByteArray>
+#include <QList>
 #include <QRandomGenerator>
 #include <optional>
 
@@ -9,30 +12,54 @@ namespace quorvane::emulator {
 // The ways the emulated frame can misbehave, all off by default. Random faults are seeded, so
 // a run can be repeated exactly.
 struct FaultOptions {
-    double dropFraction = 0.0; // of received datagrams, 0 to 1: recorded but not acted upon
-    int answerDelayMs = 0;     // every datagram the frame sends leaves this much later
+    double dropFraction = 0.0;     // of received datagrams, 0 to 1: recorded but not acted upon
+    double dropSentFraction = 0.0; // of the datagrams the frame sends, 0 to 1: never leave
+    int answerDelayMs = 0;         // every datagram the frame sends leaves this much later
+    int reorderWindowMs = 0;       // and up to this much later again, at random: the order shuffles
     bool duplicateSends = false;
     std::optional<int> stopPingAnswersAfterSeconds; // counted from start()
     bool neverAnswerHandshake = false;              // port 5000 stays silent
     int garbageIntervalMs = 0;                      // 0 = no garbage datagrams
+    // Buttons whose subscriptions are acknowledged but not answered: the first
+    // `silentAsks` times each is asked for, or always when it is negative.
+    QList<PanelButton> silentButtons;
+    int silentAsks = -1;
+    // Buttons that do not take a write: it is acknowledged, the table keeps its source, and
+    // the frame reports that source back.
+    QList<PanelButton> refusedWrites;
+    // The frame goes away for good when the n-th button subscription arrives (not answered).
+    std::optional<int> stopAtButtonSubscription;
+    // The frame goes away when the n-th button subscription arrives and comes back
+    // `restartDownMs` later, knowing nothing of the client any more.
+    std::optional<int> restartAtButtonSubscription;
+    int restartDownMs = 500;
     quint32 seed = 1;
 };
 
-// The random side of the faults: which received datagrams are lost and what garbage looks like.
-// Drops and garbage draw from separate generators, so enabling one does not change the other.
+// The random side of the faults: which datagrams are lost, how late each leaves and what
+// garbage looks like. Each draws from its own generator, so enabling one does not change the
+// others.
 class FaultInjector {
 public:
     explicit FaultInjector(const FaultOptions& options);
 
     // One decision per received datagram.
     bool dropsNext();
+    // One decision per datagram sent.
+    bool dropsNextSent();
+    // The extra wait of the next datagram sent, 0 to the reorder window.
+    int reorderDelayMs();
     // Random bytes, 1 to 96 of them: short ones have no header, longer ones may look like any
     // message type.
     QByteArray garbage();
 
 private:
     double m_dropFraction;
+    double m_dropSentFraction;
+    int m_reorderWindowMs;
     QRandomGenerator m_dropRandom;
+    QRandomGenerator m_dropSentRandom;
+    QRandomGenerator m_reorderRandom;
     QRandomGenerator m_garbageRandom;
 };
 

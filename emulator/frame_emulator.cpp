@@ -42,6 +42,10 @@ FrameEmulator::FrameEmulator(FrameEmulatorOptions options, Show show, QObject* p
     connect(&m_garbageTimer, &QTimer::timeout, this, &FrameEmulator::sendGarbage);
     m_pingStop.setSingleShot(true);
     connect(&m_pingStop, &QTimer::timeout, this, &FrameEmulator::stopAnsweringPings);
+    for (const PanelButton& button : m_options.faults.silentButtons)
+        m_silentAsksLeft.insert(frameButtonKey(button), m_options.faults.silentAsks);
+    for (const PanelButton& button : m_options.faults.refusedWrites)
+        m_refusedWrites.insert(frameButtonKey(button));
 }
 
 FrameEmulator::~FrameEmulator()
@@ -312,8 +316,8 @@ void FrameEmulator::answerInitial(const ReceivedDatagram& datagram)
         if (m_options.portDelivery == PortDelivery::clientIdAck) {
             Q_EMIT activity(u"Handshake: ClientID on port 5000, ACK with dynamic port "_s +
                             portText(m_options.dynamicPort));
-            m_outbox->post({socket(FramePort::initial), datagram.sender, datagram.senderPort,
-                            clientIdAckWithPort(datagram.bytes, m_options.dynamicPort)});
+            post({socket(FramePort::initial), datagram.sender, datagram.senderPort,
+                  clientIdAckWithPort(datagram.bytes, m_options.dynamicPort)});
         } else {
             Q_EMIT activity(u"Handshake: ClientID on port 5000, ACK"_s);
             acknowledge(FramePort::initial, datagram);
@@ -369,6 +373,11 @@ void FrameEmulator::answerDynamic(const ReceivedDatagram& datagram)
         break;
     }
 
+    if (message.kind == ClientMessageKind::buttonSubscription) {
+        countButtonSubscription();
+        if (!m_running)
+            return; // gone before it could answer
+    }
     // Every DATA message is acknowledged before it is acted upon.
     acknowledge(FramePort::dynamic, datagram);
     switch (message.kind) {
@@ -425,6 +434,10 @@ void FrameEmulator::answerSubscription(const ReceivedDatagram& datagram)
         break;
     case ClientMessageKind::buttonSubscription: {
         const ButtonSubscription& subscription = message.subscription;
+        if (leavesUnanswered(subscription)) {
+            Q_EMIT activity(describe(message) + u" left unanswered on purpose"_s);
+            break;
+        }
         const ButtonRecord record{
             subscription.parameter, subscription.busCode,
             m_show.buttons.source(subscription.busCode, subscription.parameter)};
@@ -437,8 +450,54 @@ void FrameEmulator::answerSubscription(const ReceivedDatagram& datagram)
     }
 }
 
+bool FrameEmulator::leavesUnanswered(const ButtonSubscription& subscription)
+{
+    const auto silent =
+        m_silentAsksLeft.find(frameButtonKey(subscription.busCode, subscription.parameter));
+    if (silent == m_silentAsksLeft.end() || *silent == 0)
+        return false;
+    if (*silent > 0)
+        --*silent;
+    return true;
+}
+
+void FrameEmulator::countButtonSubscription()
+{
+    ++m_buttonSubscriptions;
+    const FaultOptions& faults = m_options.faults;
+    const bool stops = faults.stopAtButtonSubscription == m_buttonSubscriptions;
+    const bool restarts = faults.restartAtButtonSubscription == m_buttonSubscriptions;
+    if (!stops && !restarts)
+        return;
+    Q_EMIT activity(u"Going away at button subscription "_s +
+                    QString::number(m_buttonSubscriptions) +
+                    (restarts ? u", back in "_s + QString::number(faults.restartDownMs) + u" ms"_s
+                              : QString()));
+    stop();
+    Q_EMIT stoppedByFault();
+    if (!restarts)
+        return;
+    QTimer::singleShot(faults.restartDownMs, this, [this] {
+        // A frame that starts afresh knows no client until one speaks to it.
+        m_client.reset();
+        if (start()) {
+            Q_EMIT activity(u"Back after a restart"_s);
+            Q_EMIT restartedByFault();
+        }
+    });
+}
+
 void FrameEmulator::applyWrite(const WriteRequest& write)
 {
+    if (m_refusedWrites.contains(frameButtonKey(write.busCode, write.parameter))) {
+        // The button keeps its source, and the frame says so.
+        const quint32 kept = m_show.buttons.source(write.busCode, write.parameter);
+        Q_EMIT activity(QString::asprintf("Write refused: parameter %u bus 0x%02x keeps source %u",
+                                          unsigned{write.parameter}, unsigned{write.busCode},
+                                          unsigned{kept}));
+        sendData(buttonDatagram(m_sequence.next(), 0, {{write.parameter, write.busCode, kept}}));
+        return;
+    }
     m_show.buttons.setSource(write.busCode, write.parameter, write.source);
     m_writes.append(write);
     Q_EMIT activity(QString::asprintf("Write: parameter %u bus 0x%02x > source %u",
@@ -451,7 +510,7 @@ void FrameEmulator::applyWrite(const WriteRequest& write)
 
 void FrameEmulator::acknowledge(FramePort from, const ReceivedDatagram& datagram)
 {
-    m_outbox->post({socket(from), datagram.sender, datagram.senderPort, ackFor(datagram.bytes)});
+    post({socket(from), datagram.sender, datagram.senderPort, ackFor(datagram.bytes)});
 }
 
 bool FrameEmulator::sendToClient(FramePort from, ClientPort to, const QByteArray& bytes)
@@ -461,7 +520,7 @@ bool FrameEmulator::sendToClient(FramePort from, ClientPort to, const QByteArray
         return false;
     }
     const quint16 port = to == ClientPort::main ? m_client->mainPort : m_client->listenerPort();
-    m_outbox->post({socket(from), m_client->address, port, bytes});
+    post({socket(from), m_client->address, port, bytes});
     return true;
 }
 
@@ -472,10 +531,19 @@ bool FrameEmulator::sendData(const QByteArray& bytes)
     return sendToClient(FramePort::dynamic, to, bytes);
 }
 
+void FrameEmulator::post(Outgoing datagram)
+{
+    m_outbox->post(std::move(datagram), m_faults.reorderDelayMs());
+}
+
 void FrameEmulator::write(const Outgoing& datagram)
 {
     if (!datagram.socket || !m_running)
         return;
+    if (m_faults.dropsNextSent()) {
+        ++m_sentDropped;
+        return;
+    }
     if (datagram.socket->writeDatagram(datagram.bytes, datagram.receiver, datagram.receiverPort) <
         0) {
         Q_EMIT activity(u"Send failed to port "_s + portText(datagram.receiverPort) + u": "_s +

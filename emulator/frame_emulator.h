@@ -9,6 +9,7 @@
 #include <QHostAddress>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QString>
 #include <QTimer>
 #include <array>
@@ -130,8 +131,10 @@ public:
     QList<ReceivedDatagram> receivedOfKind(ClientMessageKind kind) const;
     const QList<SentDatagram>& sent() const { return m_sent; }
     QList<SentDatagram> sentFrom(quint16 localPort) const;
-    // The writes that were applied, in order (dropped ones are not).
+    // The writes that were applied, in order (dropped and refused ones are not).
     const QList<WriteRequest>& writeRequests() const { return m_writes; }
+    // Datagrams the frame meant to send and lost on purpose.
+    int sentDropped() const { return m_sentDropped; }
     void clearRecords();
 
 Q_SIGNALS:
@@ -140,6 +143,9 @@ Q_SIGNALS:
     void writeApplied(const quorvane::emulator::WriteRequest& write);
     void announcementAcknowledged();
     void pingAnswersStopped();
+    // The frame went away (stop) or came back (start) on a fault switch.
+    void stoppedByFault();
+    void restartedByFault();
     // A line for a human about what the frame just did.
     void activity(const QString& line);
 
@@ -152,10 +158,13 @@ private:
     void answerDynamic(const ReceivedDatagram& datagram);
     void answerSubscription(const ReceivedDatagram& datagram);
     void applyWrite(const WriteRequest& write);
+    bool leavesUnanswered(const ButtonSubscription& subscription);
+    void countButtonSubscription();
 
     void acknowledge(FramePort from, const ReceivedDatagram& datagram);
     bool sendToClient(FramePort from, ClientPort to, const QByteArray& bytes);
     bool sendData(const QByteArray& bytes); // to the data target, from the dynamic port
+    void post(Outgoing datagram);
     void write(const Outgoing& datagram);
     void sendGarbage();
     void announceUntilHeard();
@@ -179,6 +188,10 @@ private:
     int m_announcementsSent = 0;
     bool m_garbageToListener = false;
     QString m_errorString;
+    QHash<quint32, int> m_silentAsksLeft; // by frame button key; negative: always silent
+    QSet<quint32> m_refusedWrites;
+    int m_buttonSubscriptions = 0;
+    int m_sentDropped = 0;
 
     QList<ReceivedDatagram> m_received;
     QList<SentDatagram> m_sent;

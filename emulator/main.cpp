@@ -4,6 +4,7 @@
 #include "client_messages.h"
 #include "diagnostics/debug_logger.h"
 #include "frame_emulator.h"
+#include "model/button_address.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -42,6 +43,43 @@ Number numberOption(const QCommandLineParser& parser, const QString& name, Numbe
     return static_cast<Number>(value);
 }
 
+// "ME2:35:3:17": bus, buttons per row, shift, button.
+PanelButton panelButton(const QString& option, const QString& text)
+{
+    const QStringList parts = text.split(u':');
+    bool ok = parts.size() == 4;
+    PanelButton button;
+    if (ok) {
+        const std::optional<quorvane::Bus> bus = quorvane::busFromName(parts[0].toUpper());
+        ok = bus.has_value();
+        if (bus)
+            button.bus = *bus;
+    }
+    bool countOk = false;
+    bool shiftOk = false;
+    bool buttonOk = false;
+    if (ok) {
+        button.buttonCount = parts[1].toInt(&countOk);
+        button.shift = parts[2].toInt(&shiftOk);
+        button.button = parts[3].toInt(&buttonOk);
+    }
+    if (!ok || !countOk || !shiftOk || !buttonOk ||
+        !quorvane::isSupportedButtonCount(button.buttonCount) || button.shift < 1 ||
+        button.shift > quorvane::shiftRowCount || button.button < 1 ||
+        button.button > button.buttonCount) {
+        fail(u"--"_s + option + u" needs BUS:COUNT:SHIFT:BUTTON, like ME2:35:3:17, not "_s + text);
+    }
+    return button;
+}
+
+QList<PanelButton> panelButtons(const QCommandLineParser& parser, const QString& option)
+{
+    QList<PanelButton> buttons;
+    for (const QString& text : parser.values(option))
+        buttons.append(panelButton(option, text));
+    return buttons;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -71,14 +109,31 @@ int main(int argc, char* argv[])
          u"V12.3.1"_s},
         {u"drop"_s, u"Lose this fraction (0-1) of the received datagrams."_s, u"fraction"_s,
          u"0"_s},
+        {u"drop-sent"_s, u"Lose this fraction (0-1) of the datagrams the frame sends."_s,
+         u"fraction"_s, u"0"_s},
         {u"delay"_s, u"Send every answer this many milliseconds late."_s, u"ms"_s, u"0"_s},
+        {u"reorder"_s, u"Hold each datagram sent up to this many milliseconds more, at random."_s,
+         u"ms"_s, u"0"_s},
+        {u"silent-button"_s,
+         u"Acknowledge but never answer subscriptions of this button (repeatable)."_s,
+         u"BUS:COUNT:SHIFT:BUTTON"_s},
+        {u"silent-asks"_s, u"Only the first N subscriptions of each silent button go unanswered."_s,
+         u"n"_s},
+        {u"refuse-write"_s, u"Acknowledge but do not apply writes to this button (repeatable)."_s,
+         u"BUS:COUNT:SHIFT:BUTTON"_s},
+        {u"stop-at-subscription"_s, u"Go away for good at the n-th button subscription."_s, u"n"_s},
+        {u"restart-at-subscription"_s,
+         u"Go away at the n-th button subscription and come back --restart-down ms later."_s,
+         u"n"_s},
+        {u"restart-down"_s, u"How long a restart takes (default 500)."_s, u"ms"_s, u"500"_s},
         {u"duplicate"_s, u"Send every datagram twice."_s},
         {u"stop-pings-after"_s, u"Stop answering PINGs this many seconds after start."_s,
          u"seconds"_s},
         {u"silent-handshake"_s, u"Never answer anything on port 5000."_s},
         {u"garbage-every"_s, u"Send a datagram of random bytes to the client this often."_s,
          u"ms"_s, u"0"_s},
-        {u"seed"_s, u"Seed of the random faults (drops, garbage)."_s, u"number"_s, u"1"_s},
+        {u"seed"_s, u"Seed of the random faults (drops, reordering, garbage)."_s, u"number"_s,
+         u"1"_s},
         {u"verbose"_s, u"Also print every datagram received and sent."_s},
     });
     parser.process(app);
@@ -104,7 +159,22 @@ int main(int argc, char* argv[])
     }
     FaultOptions& faults = options.faults;
     faults.dropFraction = numberOption<double>(parser, u"drop"_s, 0.0, 1.0);
+    faults.dropSentFraction = numberOption<double>(parser, u"drop-sent"_s, 0.0, 1.0);
     faults.answerDelayMs = numberOption<int>(parser, u"delay"_s, 0, 60'000);
+    faults.reorderWindowMs = numberOption<int>(parser, u"reorder"_s, 0, 60'000);
+    faults.silentButtons = panelButtons(parser, u"silent-button"_s);
+    if (parser.isSet(u"silent-asks"_s))
+        faults.silentAsks = numberOption<int>(parser, u"silent-asks"_s, 0, 1'000'000);
+    faults.refusedWrites = panelButtons(parser, u"refuse-write"_s);
+    if (parser.isSet(u"stop-at-subscription"_s)) {
+        faults.stopAtButtonSubscription =
+            numberOption<int>(parser, u"stop-at-subscription"_s, 1, 1'000'000);
+    }
+    if (parser.isSet(u"restart-at-subscription"_s)) {
+        faults.restartAtButtonSubscription =
+            numberOption<int>(parser, u"restart-at-subscription"_s, 1, 1'000'000);
+    }
+    faults.restartDownMs = numberOption<int>(parser, u"restart-down"_s, 0, 60'000);
     faults.duplicateSends = parser.isSet(u"duplicate"_s);
     if (parser.isSet(u"stop-pings-after"_s))
         faults.stopPingAnswersAfterSeconds =

@@ -1,5 +1,7 @@
 #include "outbox.h"
 
+#include <algorithm>
+
 namespace quorvane::emulator {
 
 Outbox::Outbox(Writer writer, QObject* parent)
@@ -12,13 +14,18 @@ Outbox::Outbox(Writer writer, QObject* parent)
     m_clock.start();
 }
 
-void Outbox::post(Outgoing datagram)
+void Outbox::post(Outgoing datagram, int extraDelayMs)
 {
-    if (m_delayMs <= 0 && m_queue.empty()) {
+    const int delay = m_delayMs + extraDelayMs;
+    if (delay <= 0 && m_queue.empty()) {
         write(datagram);
         return;
     }
-    m_queue.push_back({m_clock.elapsed() + m_delayMs, std::move(datagram)});
+    const qint64 due = m_clock.elapsed() + delay;
+    const auto later =
+        std::upper_bound(m_queue.begin(), m_queue.end(), due,
+                         [](qint64 time, const Pending& p) { return time < p.dueMs; });
+    m_queue.insert(later, {due, std::move(datagram)});
     scheduleNext();
 }
 

@@ -21,7 +21,8 @@ struct Outgoing {
 };
 
 // Everything the frame sends passes through here, so that a delay or duplication applies to
-// every answer alike. Delayed datagrams leave in the order they were posted.
+// every answer alike. Datagrams leave in the order of their due times; with equal delays that
+// is the order they were posted in.
 class Outbox : public QObject {
     Q_OBJECT
 
@@ -33,7 +34,8 @@ public:
     void setDelay(int milliseconds) { m_delayMs = milliseconds; }
     void setDuplicate(bool duplicate) { m_duplicate = duplicate; }
 
-    void post(Outgoing datagram);
+    // `extraDelayMs` on top of the outbox's delay, for this datagram alone.
+    void post(Outgoing datagram, int extraDelayMs = 0);
     // Forgets what is still waiting.
     void clear();
     qsizetype waiting() const { return qsizetype(m_queue.size()); }

@@ -113,13 +113,15 @@ void GVConnection::disconnect()
         m_logger.info(u"Listener socket closed"_s);
     }
     publish(m_isConnected, false, &GVConnection::isConnectedChanged);
+    // Whatever was loading has stopped with the session: the panel must not stay busy.
+    publish(m_isLoading, false, &GVConnection::isLoadingChanged);
     publish(m_hasLoadedAllBuses, false, &GVConnection::hasLoadedAllBusesChanged);
     m_subscribedModes.clear();
     enterState(ConnectionState::idle, 0.0);
     setStatusMessage(connectionStateText(ConnectionState::idle));
     publish(m_frameName, QString(), &GVConnection::frameNameChanged);
     publish(m_frameVersion, QString(), &GVConnection::frameVersionChanged);
-    publish(m_mappings, MappingTable(), &GVConnection::mappingsChanged);
+    clearMappings();
     publish(m_sourceNames, SourceNameTable(), &GVConnection::sourceNamesChanged);
     m_logger.info(u"Disconnected - mappings, source names, and subscribed modes cleared"_s);
 }
@@ -130,8 +132,6 @@ void GVConnection::cancelConnect()
     if (m_session)
         m_session->cancelled = true;
     disconnect();
-    // Disconnect leaves the busy flag alone; after a cancel the panel must not stay busy.
-    publish(m_isLoading, false, &GVConnection::isLoadingChanged);
 }
 
 void GVConnection::failConnect(const QString& reason)

@@ -4,6 +4,7 @@
 #include "diagnostics/debug_logger.h"
 #include "link_timing.h"
 #include "model/bus.h"
+#include "model/button_address.h"
 #include "model/button_mapping.h"
 #include "model/source_name.h"
 #include "udp_endpoint.h"
@@ -59,6 +60,9 @@ public:
     // Shorter protocol durations, for tests only; takes effect from the next connect.
     void setTiming(const LinkTiming& timing) { m_timing = timing; }
     const LinkTiming& timing() const { return m_timing; }
+    // How often a bus load asks again for the buttons the frame did not answer for.
+    void setAnswerRetries(int rounds) { m_answerRetries = rounds; }
+    int answerRetries() const { return m_answerRetries; }
 
     // Published state.
     bool isConnected() const { return m_isConnected; }
@@ -112,6 +116,25 @@ public:
     // The text shown for a source, or none when the frame has named it nothing.
     std::optional<QString> displayName(int source) const;
 
+    // What the frame last said about one button since the connect, whatever it said (source 0
+    // and the reserved "no assignment" values included). Answers are numbered as they arrive,
+    // so that a write can tell the answers that came after it.
+    struct ButtonAnswerStamp {
+        quint64 serial = 0;
+        quint32 source = 0;
+    };
+    std::optional<ButtonAnswerStamp> lastAnswer(Bus bus, int shift, int button,
+                                                int buttonCount) const;
+    // A button the frame has not answered for is unknown, which is not the same as unassigned.
+    bool hasAnswered(Bus bus, int shift, int button, int buttonCount) const
+    {
+        return lastAnswer(bus, shift, button, buttonCount).has_value();
+    }
+    // The buttons of one bus and count without an answer, shift by shift, button by button.
+    QList<ButtonPosition> unansweredButtons(Bus bus, int buttonCount) const;
+    // The number of the latest answer; 0 before the first.
+    quint64 answerSerial() const { return m_answerSerial; }
+
     // Decoders of the frame's datagrams: each takes a whole datagram as received.
     void parseButtonData(QByteArrayView datagram);
     void parseSourceNameData020b(QByteArrayView datagram);
@@ -135,6 +158,8 @@ Q_SIGNALS:
     void buttonCountChanged();
     void currentBusChanged();
     void hasLoadedAllBusesChanged();
+    // The frame has answered for one or more buttons (see lastAnswer).
+    void buttonsAnswered();
 
 private:
     using Datagram = ReceivedDatagram;
@@ -168,6 +193,7 @@ private:
     void startHeartbeatTimer();
     void heartbeatTick();
     void pulseHeartbeat();
+    void recordHeartbeatAck(const QByteArray& datagram);
 
     // Receive loop
     void startReceiveTimer();
@@ -179,6 +205,8 @@ private:
     QCoro::Task<> autoLoadAllData(Token token);
     QCoro::Task<> subscribeToSourceNames(Token token);
     QCoro::Task<> sendAllBusSubscriptions(Token token);
+    QCoro::Task<bool> askAgainForUnanswered(Bus bus, int count, Token token);
+    void sendButtonSubscription(Bus bus, int count, ButtonPosition position);
     QCoro::Task<int> listen(std::chrono::milliseconds duration);
     void handleSourceNamesResponse(const QByteArray& datagram, bool onListener);
     void sendRequest(const QByteArray& request);
@@ -202,6 +230,7 @@ private:
     void setFrameVersion(const QString& version);
     void setFrameName(const QString& name);
     void applyGenericFrameName();
+    void clearMappings();
 
     QSettings& m_preferences;
     DebugLogger& m_logger;
@@ -223,6 +252,9 @@ private:
     QPointer<UdpEndpoint> m_listenerSocket;
     QPointer<QTimer> m_heartbeatTimer;
     QPointer<QTimer> m_receiveTimer;
+    QHash<QString, ButtonAnswerStamp> m_answers; // by mapping key
+    quint64 m_answerSerial = 0;
+    int m_answerRetries = 1;
     QElapsedTimer m_lastHeartbeatAck; // since the last ACK seen
     std::optional<QCoro::Task<>> m_connectionTask;
     Token m_session; // cancelled by disconnect: nothing of an old link may touch the state

@@ -2,6 +2,7 @@
 // results reach the published state. Names and frame information are merged through the
 // event loop, after the datagram has been handled, as every observer expects.
 #include "gv_connection.h"
+#include "model/button_address.h"
 #include "model/button_data_decoder.h"
 #include "model/frame_info_decoder.h"
 #include "model/source_definition_decoder.h"
@@ -14,8 +15,44 @@ namespace quorvane {
 
 void GVConnection::parseButtonData(QByteArrayView datagram)
 {
-    if (quorvane::parseButtonData(datagram, m_buttonCount, m_mappings, m_logger))
+    const ButtonDataResult result =
+        quorvane::parseButtonData(datagram, m_buttonCount, m_mappings, m_logger);
+    for (const ButtonAnswer& answer : result.answers) {
+        m_answers.insert(mappingKey(answer.bus, m_buttonCount, answer.shift, answer.button),
+                         {++m_answerSerial, answer.source});
+    }
+    if (result.mappingsChanged)
         Q_EMIT mappingsChanged();
+    if (!result.answers.isEmpty())
+        Q_EMIT buttonsAnswered();
+}
+
+std::optional<GVConnection::ButtonAnswerStamp>
+GVConnection::lastAnswer(Bus bus, int shift, int button, int buttonCount) const
+{
+    const auto answer = m_answers.constFind(mappingKey(bus, buttonCount, shift, button));
+    if (answer == m_answers.cend())
+        return std::nullopt;
+    return *answer;
+}
+
+QList<ButtonPosition> GVConnection::unansweredButtons(Bus bus, int buttonCount) const
+{
+    QList<ButtonPosition> unanswered;
+    for (int shift = 1; shift <= shiftRowCount; ++shift) {
+        for (int button = 1; button <= buttonCount; ++button) {
+            if (!hasAnswered(bus, shift, button, buttonCount))
+                unanswered.append({shift, button});
+        }
+    }
+    return unanswered;
+}
+
+void GVConnection::clearMappings()
+{
+    // The answers describe the cache: what was read from the frame goes and comes with them.
+    m_answers.clear();
+    publish(m_mappings, MappingTable(), &GVConnection::mappingsChanged);
 }
 
 void GVConnection::parseSourceNameData020b(QByteArrayView datagram)

@@ -90,6 +90,8 @@ void GVConnection::startHeartbeatTimer()
     m_lastHeartbeatAck.restart();
     delete m_heartbeatTimer;
     m_heartbeatTimer = new QTimer(this);
+    // A coarse timer lets the PINGs drift by up to 5 %: keep them a second apart.
+    m_heartbeatTimer->setTimerType(Qt::PreciseTimer);
     QObject::connect(m_heartbeatTimer, &QTimer::timeout, this, &GVConnection::heartbeatTick);
     m_heartbeatTimer->start(m_timing.keepAliveInterval);
 }
@@ -117,6 +119,14 @@ void GVConnection::heartbeatTick()
     // While loading, a silent frame is not judged yet, but it is still pinged.
     if (m_dynamicPort != 0)
         sendTo(m_mainSocket, wire::ping(), m_dynamicPort);
+}
+
+void GVConnection::recordHeartbeatAck(const QByteArray& datagram)
+{
+    // Whoever reads the main socket takes the keep-alive's answers too; a busy load must not
+    // look like a silent frame.
+    if (isAck(datagram))
+        m_lastHeartbeatAck.restart();
 }
 
 void GVConnection::pulseHeartbeat()

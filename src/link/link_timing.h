@@ -37,6 +37,7 @@ struct LinkTiming {
     ms batchListen{10};        // after every tenth button subscription
     ms buttonsListen{1'500};   // the active listen phase after the button subscriptions
     ms buttonsListenSlice{50}; // one listen inside that phase
+    ms retryListen{300};       // the longest wait for the buttons asked for again
 };
 
 } // namespace quorvane

@@ -75,7 +75,7 @@ void GVConnection::handleIncomingPacket(const QByteArray& datagram, QStringView 
         sendTo(socket, wire::ackFor(datagram), senderPort);
     }
     if (*type == static_cast<quint16>(wire::MessageType::ack)) {
-        m_lastHeartbeatAck.restart();
+        recordHeartbeatAck(datagram);
         if (m_connectionState == ConnectionState::connected)
             pulseHeartbeat();
     }

@@ -3,6 +3,7 @@
 // combination once and afterwards switch to it from the cache.
 #include "gv_connection.h"
 #include "model/button_address.h"
+#include "model/button_runs.h"
 #include "model/byte_reader.h"
 #include "queued.h"
 #include "suspend.h"
@@ -13,7 +14,6 @@ using namespace Qt::StringLiterals;
 namespace quorvane {
 
 namespace {
-constexpr int shiftRows = 4;
 constexpr int subscriptionIdStep = 90;
 constexpr int listenEvery = 10; // button subscriptions between two short listens
 constexpr int packetLogLinesPerListen = 5;
@@ -35,7 +35,7 @@ QCoro::Task<> GVConnection::autoLoadAllData(Token token)
 
     enterState(ConnectionState::loadingButtons, 0.75);
     setStatusMessage(u"Loading button mappings..."_s);
-    publish(m_mappings, MappingTable(), &GVConnection::mappingsChanged);
+    clearMappings();
     co_await sendAllBusSubscriptions(token);
     if (!self || token->cancelled)
         co_return;
@@ -104,6 +104,8 @@ void GVConnection::handleSourceNamesResponse(const QByteArray& datagram, bool on
 {
     const ByteReader bytes(datagram);
     const qsizetype length = bytes.size();
+    if (!onListener)
+        recordHeartbeatAck(datagram);
     const QString code =
         length >= subscriptionCodeEnd ? QString::asprintf("%04x", bytes.u16(16)) : u"??"_s;
     m_logger.info((onListener ? u"LISTENER"_s : u"MAIN"_s) + u" pkt: "_s + QString::number(length) +
@@ -155,14 +157,11 @@ QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
     if (gone())
         co_return;
 
-    // Every bus load starts again from the first id: the counter is read, never advanced.
-    quint16 subscriptionId = m_subIdCounter;
-    const int total = shiftRows * count;
+    const int total = shiftRowCount * count;
     int sent = 0;
-    for (int shift = 1; shift <= shiftRows; ++shift) {
+    for (int shift = 1; shift <= shiftRowCount; ++shift) {
         for (int button = 1; button <= count; ++button) {
-            sendRequest(wire::buttonSubscription(
-                nextSequence(), subscriptionId, buttonAddress(shift, button, count), busCode(bus)));
+            sendButtonSubscription(bus, count, {shift, button});
             ++sent;
             if (sent % listenEvery == 0) {
                 co_await listen(m_timing.batchListen);
@@ -171,7 +170,6 @@ QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
                 setStatusMessage(u"Loading "_s + name + u"... "_s + QString::number(sent) + u'/' +
                                  QString::number(total));
             }
-            subscriptionId = static_cast<quint16>(subscriptionId + subscriptionIdStep);
         }
     }
     m_logger.info(u"Sent "_s + QString::number(sent) + u" button subscriptions for "_s + name +
@@ -196,6 +194,8 @@ QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
     co_await pause(std::chrono::microseconds::zero());
     if (gone())
         co_return;
+    if (!co_await askAgainForUnanswered(bus, count, token))
+        co_return;
     const QString key = modeKey(bus, count);
     m_subscribedModes.insert(key);
     publish(m_isLoading, false, &GVConnection::isLoadingChanged);
@@ -204,6 +204,64 @@ QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
     setStatusMessage(name + u" ("_s + QString::number(count) + u"-btn): "_s + mappingCount +
                      u" mappings"_s);
     m_logger.info(u"Read complete: "_s + key + u" cached with "_s + mappingCount + u" mappings"_s);
+}
+
+void GVConnection::sendButtonSubscription(Bus bus, int count, ButtonPosition position)
+{
+    // Ids advance by 90 per button through the whole bus, from the same first id for every
+    // load (the counter is read, never advanced), so a button asked for again keeps its id.
+    const int index = (position.shift - 1) * count + (position.button - 1);
+    const auto subscriptionId = static_cast<quint16>(m_subIdCounter + index * subscriptionIdStep);
+    sendRequest(wire::buttonSubscription(nextSequence(), subscriptionId,
+                                         buttonAddress(position.shift, position.button, count),
+                                         busCode(bus)));
+}
+
+QCoro::Task<bool> GVConnection::askAgainForUnanswered(Bus bus, int count, Token token)
+{
+    // A lost subscription or answer would otherwise leave a button unknown for the whole
+    // session. Only the silent buttons are asked for again, a bounded number of times.
+    QPointer<GVConnection> self(this);
+    const QString key = modeKey(bus, count);
+    for (int round = 1; round <= m_answerRetries; ++round) {
+        const QList<ButtonPosition> missing = unansweredButtons(bus, count);
+        if (missing.isEmpty())
+            co_return true;
+        m_logger.info(u"Asking again for "_s + QString::number(missing.size()) +
+                      u" unanswered buttons of "_s + key + u" (round "_s + QString::number(round) +
+                      u" of "_s + QString::number(m_answerRetries) + u')');
+        for (qsizetype i = 0; i < missing.size(); ++i) {
+            sendButtonSubscription(bus, count, missing[i]);
+            if ((i + 1) % listenEvery == 0) {
+                co_await listen(m_timing.batchListen);
+                if (!self || token->cancelled)
+                    co_return false;
+            }
+        }
+        QElapsedTimer waiting;
+        waiting.start();
+        while (waiting.elapsed() < m_timing.retryListen.count() &&
+               !unansweredButtons(bus, count).isEmpty()) {
+            co_await listen(
+                std::min(m_timing.buttonsListenSlice,
+                         m_timing.retryListen - std::chrono::milliseconds(waiting.elapsed())));
+            if (!self || token->cancelled)
+                co_return false;
+        }
+        co_await pause(std::chrono::microseconds::zero());
+        if (!self || token->cancelled)
+            co_return false;
+        const qsizetype stillMissing = unansweredButtons(bus, count).size();
+        m_logger.info(u"Asked again for "_s + key + u": "_s +
+                      QString::number(missing.size() - stillMissing) + u" of "_s +
+                      QString::number(missing.size()) + u" answered"_s);
+    }
+    const QList<ButtonPosition> missing = unansweredButtons(bus, count);
+    if (!missing.isEmpty()) {
+        m_logger.warn(key + u": no answer for "_s + QString::number(missing.size()) +
+                      u" buttons: "_s + describeButtonRuns(bus, missing).join(u"; "_s));
+    }
+    co_return true;
 }
 
 QCoro::Task<int> GVConnection::listen(std::chrono::milliseconds duration)
@@ -230,6 +288,7 @@ QCoro::Task<int> GVConnection::listen(std::chrono::milliseconds duration)
                                  QString::number(datagram->senderPort),
                              bytes);
         }
+        recordHeartbeatAck(bytes);
         parseFrameInfo(bytes);
         const bool isData = wire::isType(bytes, wire::MessageType::data);
         if (isData || wire::isType(bytes, wire::MessageType::ping) ||

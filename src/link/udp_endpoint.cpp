@@ -18,12 +18,13 @@ UdpEndpoint::UdpEndpoint(QObject* parent)
     QObject::connect(&m_socket, &QUdpSocket::readyRead, this, &UdpEndpoint::readAll);
 }
 
-UdpEndpoint* UdpEndpoint::bind(quint16 port, QObject* parent)
+UdpEndpoint* UdpEndpoint::bind(quint16 port, QObject* parent, QString& error)
 {
     auto* endpoint = new UdpEndpoint(parent);
-    if (!endpoint->m_socket.bind(QHostAddress::AnyIPv4, port,
-                                 QAbstractSocket::ShareAddress |
-                                     QAbstractSocket::ReuseAddressHint)) {
+    // No address sharing: on Linux a shared UDP port lets a second program bind it and take
+    // the datagrams meant for the first.
+    if (!endpoint->m_socket.bind(QHostAddress::AnyIPv4, port, QAbstractSocket::DontShareAddress)) {
+        error = endpoint->m_socket.errorString();
         delete endpoint;
         return nullptr;
     }

@@ -26,9 +26,10 @@ public:
     // Datagrams longer than this are cut to it.
     static constexpr qint64 largestDatagram = 4096;
 
-    // Binds to every IPv4 address of this machine at `port`, shared with other programs that
-    // allow it. Returns none when the port cannot be had.
-    static UdpEndpoint* bind(quint16 port, QObject* parent);
+    // Binds to every IPv4 address of this machine at `port`, for this program alone: a second
+    // program that binds the same port would take this one's datagrams. Returns none when the
+    // port cannot be had, with the platform's reason in `error`.
+    static UdpEndpoint* bind(quint16 port, QObject* parent, QString& error);
 
     // The platform's socket descriptor, as the log shows it.
     int descriptor() const { return static_cast<int>(m_socket.socketDescriptor()); }

@@ -28,7 +28,14 @@ std::optional<QHostAddress> dottedIPv4(const QString& host)
 
 UdpEndpoint* GVConnection::createUDPSocket(quint16 port)
 {
-    return UdpEndpoint::bind(port, this);
+    QString error;
+    UdpEndpoint* socket = UdpEndpoint::bind(port, this, error);
+    if (!socket) {
+        m_logger.error(u"Cannot bind UDP port "_s + QString::number(port) + u" ("_s + error +
+                       u"): another program, perhaps another Quorvane on suite "_s +
+                       QString::number(m_selectedSuite) + u", holds it"_s);
+    }
+    return socket;
 }
 
 void GVConnection::closeSockets()

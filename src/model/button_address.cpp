@@ -9,7 +9,6 @@ namespace quorvane {
 
 namespace {
 constexpr int numbersPerButton = 16;
-constexpr int shiftRows = 4;
 } // namespace
 
 bool isSupportedButtonCount(qint64 count)
@@ -44,7 +43,7 @@ std::optional<ButtonPosition> locateButton(quint16 field, int buttonCount)
     const bool overflows = qMulOverflow(buttonCount, numbersPerButton, &numbersPerRow);
     QUORVANE_REQUIRE(!overflows, "button count too large for a row of button numbers");
     const int row = offset / numbersPerRow;
-    if (row >= shiftRows)
+    if (row >= shiftRowCount)
         return std::nullopt;
     const int button = (offset - row * numbersPerRow) / numbersPerButton;
     if (button >= buttonCount)

@@ -14,6 +14,9 @@ namespace quorvane {
 // The bases (15 → 18, 20 → 19, 25 → 17, otherwise 16) are the frame's own irregular layout.
 int parameterBase(int buttonCount);
 
+// Every bus has four shift rows of buttons.
+inline constexpr int shiftRowCount = 4;
+
 // The panel widths a suite can have.
 inline constexpr std::array<int, 4> supportedButtonCounts{15, 20, 25, 35};
 bool isSupportedButtonCount(qint64 count);

@@ -31,17 +31,17 @@ QString buttonText(Bus bus, ButtonPosition position)
 }
 } // namespace
 
-bool parseButtonData(QByteArrayView datagram, int buttonCount, MappingTable& mappings,
-                     DebugLogger& logger)
+ButtonDataResult parseButtonData(QByteArrayView datagram, int buttonCount, MappingTable& mappings,
+                                 DebugLogger& logger)
 {
     const ByteReader bytes(datagram);
     if (bytes.size() < minimumDatagram) {
         logger.warn(u"parseButtonData: data too short ("_s + QString::number(bytes.size()) +
                     u" bytes)"_s);
-        return false;
+        return {};
     }
 
-    bool changed = false;
+    ButtonDataResult result;
     int records = 0;
     // The scan resumes two bytes after a record's start, not after its end: marker bytes
     // inside a record's data are looked at again, as the frame's own tools do.
@@ -68,6 +68,7 @@ bool parseButtonData(QByteArrayView datagram, int buttonCount, MappingTable& map
             logger.warn(u"Unknown bus field: 0x"_s + QString::asprintf("%02x", code));
             continue;
         }
+        result.answers.append({*bus, position->shift, position->button, source});
         if (source == notAnAssignment || source == notAnAssignmentEither)
             continue;
 
@@ -75,14 +76,14 @@ bool parseButtonData(QByteArrayView datagram, int buttonCount, MappingTable& map
         if (source != 0) {
             mappings.insert(key, ButtonMapping{QUuid::createUuid(), *bus, position->shift,
                                                position->button, qint64{source}});
-            changed = true;
+            result.mappingsChanged = true;
             ++records;
             if (records <= parsedLinesPerDatagram) {
                 logger.info(u"Parsed: "_s + buttonText(*bus, *position) + u" = "_s +
                             QString::number(source));
             }
         } else if (mappings.remove(key) > 0) {
-            changed = true;
+            result.mappingsChanged = true;
             ++records;
             logger.info(u"Removed: "_s + buttonText(*bus, *position) + u" (source=0)"_s);
         }
@@ -92,7 +93,7 @@ bool parseButtonData(QByteArrayView datagram, int buttonCount, MappingTable& map
         logger.info(u"parseButtonData: found "_s + QString::number(records) +
                     u" button mappings in packet"_s);
     }
-    return changed;
+    return result;
 }
 
 } // namespace quorvane

@@ -418,7 +418,7 @@ private Q_SLOTS:
         QCOMPARE(data.size(), 1);
         QCOMPARE(data[0].senderPort, dynamicPort);
         MappingTable mappings;
-        QVERIFY(parseButtonData(data[0].bytes, 35, mappings, m_logger));
+        QVERIFY(parseButtonData(data[0].bytes, 35, mappings, m_logger).mappingsChanged);
     }
 
     // --- Writes and live changes -----------------------------------------------------------
@@ -439,7 +439,7 @@ private Q_SLOTS:
 
         // The change comes back as the frame's own button data.
         MappingTable mappings;
-        QVERIFY(parseButtonData(replies[1].bytes, 20, mappings, m_logger));
+        QVERIFY(parseButtonData(replies[1].bytes, 20, mappings, m_logger).mappingsChanged);
         QCOMPARE(mappings.value(u"PGM-20-2-3"_s).source, qint64{1042});
 
         // The frame kept exactly what the client sent, and where it came from.
@@ -461,7 +461,7 @@ private Q_SLOTS:
         QCOMPARE(m_frame->mapping(Bus::me1, 35, 1, 2), 0u);
         MappingTable mappings;
         mappings.insert(u"ME1-35-1-2"_s, ButtonMapping{QUuid::createUuid(), Bus::me1, 1, 2, 7});
-        QVERIFY(parseButtonData(replies[1].bytes, 35, mappings, m_logger));
+        QVERIFY(parseButtonData(replies[1].bytes, 35, mappings, m_logger).mappingsChanged);
         QVERIFY(mappings.isEmpty());
     }
 
@@ -477,7 +477,7 @@ private Q_SLOTS:
         const QList<Arrival> live = arrivals(*m_main, 1);
         QCOMPARE(live.size(), 1);
         MappingTable mappings;
-        QVERIFY(parseButtonData(live[0].bytes, 15, mappings, m_logger));
+        QVERIFY(parseButtonData(live[0].bytes, 15, mappings, m_logger).mappingsChanged);
         QCOMPARE(mappings.value(u"AUX-15-4-15"_s).source, qint64{701});
     }
 
@@ -682,6 +682,135 @@ private Q_SLOTS:
             QVERIFY(arrival.bytes.size() >= 1 && arrival.bytes.size() <= 96);
             QVERIFY(garbage.contains(arrival.bytes));
         }
+    }
+
+    // Half the datagrams the frame sends are lost; what it received is all acted upon.
+    void droppingSentDatagramsIsSeeded()
+    {
+        FrameEmulatorOptions options;
+        options.faults.dropSentFraction = 0.5;
+        options.faults.seed = 5;
+        QVERIFY(startFrame(options));
+        constexpr int pings = 40;
+        for (int k = 0; k < pings; ++k)
+            send(dynamicPort, QByteArray(test::bytes("00 01") + u16(quint16(k))));
+        QTRY_COMPARE_WITH_TIMEOUT(m_frame->received().size(), pings, timeoutMs);
+        for (const ReceivedDatagram& datagram : m_frame->received())
+            QVERIFY(!datagram.dropped);
+        const int lost = m_frame->sentDropped();
+        QVERIFY(lost > 5 && lost < 35);
+        QCOMPARE(arrivals(*m_main, pings - lost).size(), pings - lost);
+        QCOMPARE(m_frame->sent().size(), pings - lost);
+    }
+
+    void reorderingShufflesWhatLeaves()
+    {
+        FrameEmulatorOptions options;
+        options.faults.reorderWindowMs = 60;
+        QVERIFY(startFrame(options));
+        constexpr int pings = 30;
+        QList<QByteArray> expected;
+        for (int k = 0; k < pings; ++k) {
+            send(dynamicPort, QByteArray(test::bytes("00 01") + u16(quint16(k))));
+            expected.append(QByteArray(test::bytes("00 02") + u16(quint16(k))));
+        }
+        QList<QByteArray> arrived;
+        for (const Arrival& arrival : arrivals(*m_main, pings))
+            arrived.append(arrival.bytes);
+        QCOMPARE(arrived.size(), pings);
+        QVERIFY(arrived != expected); // every answer came, not in order
+        std::sort(arrived.begin(), arrived.end());
+        QCOMPARE(arrived, expected);
+    }
+
+    void silentButtonsAreAcknowledgedButNotAnswered()
+    {
+        FrameEmulatorOptions options;
+        options.faults.silentButtons = {{Bus::pgm, 35, 1, 1}, {Bus::pgm, 35, 1, 2}};
+        options.faults.silentAsks = 1;
+        QVERIFY(startFrame(options));
+        // PGM 35-button shift 1: button 1 has parameter 16, button 2 parameter 32.
+        send(dynamicPort, buttonSubscription(0x0491, 12850, 16, 0x30));
+        QCOMPARE(arrivals(*m_main, 2), (QList<Arrival>{{dynamicPort, test::bytes("00 02 04 91")}}));
+        // Asked again, it answers: only the first ask goes unanswered.
+        send(dynamicPort, buttonSubscription(0x0492, 12850, 16, 0x30));
+        const QList<Arrival> replies = arrivals(*m_main, 2);
+        QCOMPARE(replies.size(), 2);
+        MappingTable mappings;
+        QCOMPARE(parseButtonData(replies[1].bytes, 35, mappings, m_logger).answers.size(), 1);
+        // A button that is not silent answers at once.
+        send(dynamicPort, buttonSubscription(0x0493, 12940, 48, 0x30));
+        QCOMPARE(arrivals(*m_main, 2).size(), 2);
+    }
+
+    void buttonsSilentForGood()
+    {
+        FrameEmulatorOptions options;
+        options.faults.silentButtons = {{Bus::me2, 20, 4, 20}};
+        QVERIFY(startFrame(options));
+        const quint16 parameter = quint16(19 + 16 * (3 * 20 + 19));
+        for (quint16 sequence = 0x0491; sequence < 0x0496; ++sequence) {
+            send(dynamicPort, buttonSubscription(sequence, 12850, parameter, 0x10));
+            QCOMPARE(
+                arrivals(*m_main, 1),
+                (QList<Arrival>{{dynamicPort, QByteArray(test::bytes("00 02") + u16(sequence))}}));
+        }
+        // Answers leave in order: data for a subscription would come before the next ACK.
+        send(dynamicPort, test::bytes("00 01 00 07"));
+        QCOMPARE(arrivals(*m_main, 1), (QList<Arrival>{{dynamicPort, test::bytes("00 02 00 07")}}));
+    }
+
+    void refusedWritesKeepTheSourceAndSaySo()
+    {
+        FrameEmulatorOptions options;
+        options.faults.refusedWrites = {{Bus::pgm, 20, 2, 3}};
+        QVERIFY(startFrame(options));
+        const quint32 before = m_frame->mapping(Bus::pgm, 20, 2, 3);
+        send(dynamicPort, writeRequest(0x0496, 371, 0x30, 1042)); // 20-btn PGM S2B3
+        const QList<Arrival> replies = arrivals(*m_main, 2);
+        QCOMPARE(replies.size(), 2);
+        QCOMPARE(replies[0].bytes, test::bytes("00 02 04 96"));
+        QCOMPARE(m_frame->mapping(Bus::pgm, 20, 2, 3), before);
+        QVERIFY(m_frame->writeRequests().isEmpty());
+        MappingTable mappings;
+        const ButtonDataResult reported = parseButtonData(replies[1].bytes, 20, mappings, m_logger);
+        QCOMPARE(reported.answers, (QList<ButtonAnswer>{{Bus::pgm, 2, 3, before}}));
+    }
+
+    void stoppingInTheMiddleOfALoad()
+    {
+        FrameEmulatorOptions options;
+        options.faults.stopAtButtonSubscription = 3;
+        QVERIFY(startFrame(options));
+        QSignalSpy stopped(m_frame.get(), &FrameEmulator::stoppedByFault);
+        send(dynamicPort, buttonSubscription(0x0491, 12850, 16, 0x30));
+        send(dynamicPort, buttonSubscription(0x0492, 12940, 32, 0x30));
+        send(dynamicPort, buttonSubscription(0x0493, 13030, 48, 0x30));
+        QTRY_COMPARE_WITH_TIMEOUT(stopped.count(), 1, timeoutMs);
+        QVERIFY(!m_frame->isRunning());
+        // Two subscriptions answered (ACK and data each), the third not even acknowledged.
+        QCOMPARE(arrivals(*m_main, 5).size(), 4);
+        send(dynamicPort, pingMessage);
+        QVERIFY(arrivals(*m_main, 1).isEmpty());
+    }
+
+    void restartingInTheMiddleOfALoad()
+    {
+        FrameEmulatorOptions options;
+        options.faults.restartAtButtonSubscription = 1;
+        options.faults.restartDownMs = 200;
+        QVERIFY(startFrame(options));
+        QSignalSpy stopped(m_frame.get(), &FrameEmulator::stoppedByFault);
+        QSignalSpy restarted(m_frame.get(), &FrameEmulator::restartedByFault);
+        send(dynamicPort, buttonSubscription(0x0491, 12850, 16, 0x30));
+        QTRY_COMPARE_WITH_TIMEOUT(stopped.count(), 1, timeoutMs);
+        QTRY_COMPARE_WITH_TIMEOUT(restarted.count(), 1, timeoutMs);
+        QVERIFY(m_frame->isRunning());
+        QVERIFY(!m_frame->client());
+        // Back for good: the same subscription is answered now.
+        send(dynamicPort, buttonSubscription(0x0492, 12850, 16, 0x30));
+        QCOMPARE(arrivals(*m_main, 2).size(), 2);
+        QCOMPARE(stopped.count(), 1);
     }
 
 private:

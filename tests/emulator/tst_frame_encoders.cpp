@@ -144,7 +144,8 @@ private Q_SLOTS:
                             key, ButtonMapping{QUuid::createUuid(), bus, shift, button, 9999});
                         const QByteArray datagram = buttonDatagram(
                             1, 0, {{buttonParameter(count, shift, button), busCode(bus), source}});
-                        QVERIFY(parseButtonData(datagram, count, mappings, m_logger));
+                        QVERIFY(
+                            parseButtonData(datagram, count, mappings, m_logger).mappingsChanged);
                         if (source == 0) {
                             QVERIFY2(mappings.isEmpty(), qPrintable(key));
                         } else {
@@ -403,7 +404,7 @@ private Q_SLOTS:
         replies.append(frameInfoReply(sequence.next(), {}));
         for (const QByteArray& reply : replies) {
             MappingTable mappings;
-            QVERIFY(!parseButtonData(reply, 35, mappings, m_logger));
+            QVERIFY(parseButtonData(reply, 35, mappings, m_logger).answers.isEmpty());
         }
         const QByteArray button = buttonDatagram(1, 0x3232, {{16, 0x30, 12}});
         QVERIFY(parseSourceDefinitionData(button, m_logger).empty());

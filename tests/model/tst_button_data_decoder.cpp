@@ -189,7 +189,7 @@ private Q_SLOTS:
         const MappingTable before{{u"ME1-20-1-1"_s, mapping(Bus::me1, 1, 1, 7)}};
         MappingTable mappings = before;
 
-        QCOMPARE(parseButtonData(data, 20, mappings, logger), false);
+        QCOMPARE(parseButtonData(data, 20, mappings, logger).mappingsChanged, false);
         QCOMPARE(mappings, before);
         QCOMPARE(loggedMessages(logger), QStringList(warning));
     }
@@ -202,7 +202,7 @@ private Q_SLOTS:
         const QByteArray data = record(20, me1Code, 1, 1, 1042) + bytes("00 00 00 00 00 00");
         QCOMPARE(data.size(), 20);
 
-        QCOMPARE(parseButtonData(data, 20, mappings, logger), true);
+        QCOMPARE(parseButtonData(data, 20, mappings, logger).mappingsChanged, true);
         QCOMPARE(mappings.keys(), QStringList(u"ME1-20-1-1"_s));
         QCOMPARE(loggedMessages(logger),
                  QStringList({u"[INFO] Parsed: ME1 S1B1 = 1042"_s,
@@ -239,7 +239,8 @@ private Q_SLOTS:
 
         const bool changed =
             parseButtonData(datagram({record(static_cast<quint16>(field), me1Code, 1042)}),
-                            buttonCount, mappings, logger);
+                            buttonCount, mappings, logger)
+                .mappingsChanged;
 
         if (key.isEmpty()) {
             QCOMPARE(changed, false);
@@ -277,7 +278,8 @@ private Q_SLOTS:
         MappingTable mappings;
 
         QCOMPARE(parseButtonData(datagram({record(20, static_cast<quint8>(code), 3, 4, 1042)}), 20,
-                                 mappings, logger),
+                                 mappings, logger)
+                     .mappingsChanged,
                  true);
         QCOMPARE(mappings.keys(), QStringList(key));
         const ButtonMapping stored = mappings.value(key);
@@ -310,7 +312,7 @@ private Q_SLOTS:
 
         const QByteArray data = datagram(
             {record(20, static_cast<quint8>(code), 1, 1, 500), record(20, me1Code, 1, 2, 1042)});
-        QCOMPARE(parseButtonData(data, 20, mappings, logger), true);
+        QCOMPARE(parseButtonData(data, 20, mappings, logger).mappingsChanged, true);
         QCOMPARE(mappings.keys(), QStringList(u"ME1-20-1-2"_s));
         QCOMPARE(loggedMessages(logger),
                  QStringList({warning, u"[INFO] Parsed: ME1 S1B2 = 1042"_s,
@@ -324,7 +326,9 @@ private Q_SLOTS:
         DebugLogger logger;
         logger.setEcho(nullptr);
         MappingTable mappings;
-        QCOMPARE(parseButtonData(datagram({record(18, 0x60, 500)}), 20, mappings, logger), false);
+        QCOMPARE(parseButtonData(datagram({record(18, 0x60, 500)}), 20, mappings, logger)
+                     .mappingsChanged,
+                 false);
         QVERIFY(mappings.isEmpty());
         QCOMPARE(loggedMessages(logger), QStringList());
     }
@@ -335,7 +339,8 @@ private Q_SLOTS:
         logger.setEcho(nullptr);
         MappingTable mappings;
         QCOMPARE(
-            parseButtonData(datagram({record(20, 0x60, 1, 1, 0xFFFFFFFF)}), 20, mappings, logger),
+            parseButtonData(datagram({record(20, 0x60, 1, 1, 0xFFFFFFFF)}), 20, mappings, logger)
+                .mappingsChanged,
             false);
         QVERIFY(mappings.isEmpty());
         QCOMPARE(loggedMessages(logger), QStringList(u"[WARN] Unknown bus field: 0x60"_s));
@@ -349,7 +354,8 @@ private Q_SLOTS:
         MappingTable mappings{{u"ME1-20-1-2"_s, mapping(Bus::me1, 1, 2, 77)},
                               {u"ME1-20-1-3"_s, other}};
 
-        QCOMPARE(parseButtonData(datagram({record(20, me1Code, 1, 2, 0)}), 20, mappings, logger),
+        QCOMPARE(parseButtonData(datagram({record(20, me1Code, 1, 2, 0)}), 20, mappings, logger)
+                     .mappingsChanged,
                  true);
         QCOMPARE(mappings, MappingTable({{u"ME1-20-1-3"_s, other}}));
         QCOMPARE(loggedMessages(logger),
@@ -366,7 +372,8 @@ private Q_SLOTS:
                                   {u"ME2-20-1-2"_s, mapping(Bus::me2, 1, 2, 78)}};
         MappingTable mappings = before;
 
-        QCOMPARE(parseButtonData(datagram({record(20, me1Code, 1, 2, 0)}), 20, mappings, logger),
+        QCOMPARE(parseButtonData(datagram({record(20, me1Code, 1, 2, 0)}), 20, mappings, logger)
+                     .mappingsChanged,
                  false);
         QCOMPARE(mappings, before);
         QCOMPARE(loggedMessages(logger), QStringList());
@@ -380,7 +387,7 @@ private Q_SLOTS:
         const QByteArray data =
             datagram({record(20, me1Code, 1, 1, 0), record(20, me1Code, 1, 2, 1042)});
 
-        QCOMPARE(parseButtonData(data, 20, mappings, logger), true);
+        QCOMPARE(parseButtonData(data, 20, mappings, logger).mappingsChanged, true);
         QCOMPARE(mappings.keys(), QStringList(u"ME1-20-1-2"_s));
         QCOMPARE(loggedMessages(logger),
                  QStringList({u"[INFO] Parsed: ME1 S1B2 = 1042"_s,
@@ -396,7 +403,7 @@ private Q_SLOTS:
         for (int button = 1; button <= 8; ++button)
             records.append(record(20, me2Code, 1, button, quint32(1000 + button)));
 
-        QCOMPARE(parseButtonData(datagram(records), 20, mappings, logger), true);
+        QCOMPARE(parseButtonData(datagram(records), 20, mappings, logger).mappingsChanged, true);
         QCOMPARE(mappings.size(), 8);
         for (int button = 1; button <= 8; ++button) {
             const QString key = u"ME2-20-1-"_s + QString::number(button);
@@ -430,7 +437,7 @@ private Q_SLOTS:
             record(20, me1Code, 2, 4, 0),   // removal, count 9, still logged
         });
 
-        QCOMPARE(parseButtonData(data, 20, mappings, logger), true);
+        QCOMPARE(parseButtonData(data, 20, mappings, logger).mappingsChanged, true);
         QCOMPARE(mappings.size(), 5);
         QCOMPARE(
             loggedMessages(logger),
@@ -450,7 +457,7 @@ private Q_SLOTS:
         const QByteArray data =
             datagram({record(20, pgmCode, 4, 20, 100), record(20, pgmCode, 4, 20, 200)});
 
-        QCOMPARE(parseButtonData(data, 20, mappings, logger), true);
+        QCOMPARE(parseButtonData(data, 20, mappings, logger).mappingsChanged, true);
         QCOMPARE(mappings.keys(), QStringList(u"PGM-20-4-20"_s));
         QCOMPARE(mappings.value(u"PGM-20-4-20"_s).source, 200);
         QCOMPARE(
@@ -467,7 +474,8 @@ private Q_SLOTS:
         MappingTable mappings{{u"ME1-20-1-1"_s, old}};
 
         // The same source again still replaces the record, so it counts as a change.
-        QCOMPARE(parseButtonData(datagram({record(20, me1Code, 1, 1, 1042)}), 20, mappings, logger),
+        QCOMPARE(parseButtonData(datagram({record(20, me1Code, 1, 1, 1042)}), 20, mappings, logger)
+                     .mappingsChanged,
                  true);
         const ButtonMapping stored = mappings.value(u"ME1-20-1-1"_s);
         QCOMPARE(stored.source, 1042);
@@ -492,7 +500,8 @@ private Q_SLOTS:
 
         QCOMPARE(parseButtonData(datagram({record(20, me1Code, 1, 1, source),
                                            record(20, me1Code, 1, 2, source)}),
-                                 20, mappings, logger),
+                                 20, mappings, logger)
+                     .mappingsChanged,
                  false);
         QCOMPARE(mappings, before);
         QCOMPARE(loggedMessages(logger), QStringList());
@@ -520,7 +529,8 @@ private Q_SLOTS:
         MappingTable mappings;
 
         QCOMPARE(
-            parseButtonData(datagram({record(20, me1Code, 1, 1, source)}), 20, mappings, logger),
+            parseButtonData(datagram({record(20, me1Code, 1, 1, source)}), 20, mappings, logger)
+                .mappingsChanged,
             true);
         QCOMPARE(mappings.value(u"ME1-20-1-1"_s).source, stored);
         QCOMPARE(loggedMessages(logger).first(), parsed);
@@ -544,7 +554,7 @@ private Q_SLOTS:
         DebugLogger logger;
         logger.setEcho(nullptr);
         MappingTable mappings;
-        QCOMPARE(parseButtonData(data, 20, mappings, logger), false);
+        QCOMPARE(parseButtonData(data, 20, mappings, logger).mappingsChanged, false);
         QVERIFY(mappings.isEmpty());
         QCOMPARE(loggedMessages(logger), QStringList());
     }
@@ -570,7 +580,7 @@ private Q_SLOTS:
         const QByteArray data =
             QByteArray(before, '\0') + record(20, me1Code, 1, 1, 1042) + QByteArray(after, '\0');
 
-        QCOMPARE(parseButtonData(data, 20, mappings, logger), found);
+        QCOMPARE(parseButtonData(data, 20, mappings, logger).mappingsChanged, found);
         QCOMPARE(mappings.contains(u"ME1-20-1-1"_s), found);
         QCOMPARE(loggedMessages(logger).size(), found ? 2 : 0);
     }
@@ -594,7 +604,7 @@ private Q_SLOTS:
         logger.setEcho(nullptr);
         MappingTable mappings;
 
-        QCOMPARE(parseButtonData(data, 35, mappings, logger), true);
+        QCOMPARE(parseButtonData(data, 35, mappings, logger).mappingsChanged, true);
         QCOMPARE(mappings.size(), 2);
         QCOMPARE(mappings.value(u"ME1-35-1-8"_s).source, 1042);
         QCOMPARE(mappings.value(u"ME2-35-1-1"_s).source, 68288519);
@@ -626,7 +636,7 @@ private Q_SLOTS:
         logger.setEcho(nullptr);
         MappingTable mappings;
 
-        QCOMPARE(parseButtonData(data, 20, mappings, logger), true);
+        QCOMPARE(parseButtonData(data, 20, mappings, logger).mappingsChanged, true);
         QCOMPARE(mappings.size(), 2);
         QCOMPARE(mappings.value(u"ME1-20-1-1"_s).source, qint64{0x85000089});
         QCOMPARE(mappings.value(u"ME2-20-1-2"_s).source, 1042);
@@ -655,7 +665,7 @@ private Q_SLOTS:
         const QByteArray data =
             prefix + record(20, me1Code, 1, 1, 1042) + bytes("00 00 00 00 00 00");
 
-        QCOMPARE(parseButtonData(data, 20, mappings, logger), true);
+        QCOMPARE(parseButtonData(data, 20, mappings, logger).mappingsChanged, true);
         QCOMPARE(mappings.keys(), QStringList(u"ME1-20-1-1"_s));
         QCOMPARE(loggedMessages(logger),
                  QStringList({u"[INFO] Parsed: ME1 S1B1 = 1042"_s,
@@ -695,7 +705,8 @@ private Q_SLOTS:
         logger.setEcho(nullptr);
         MappingTable mappings;
 
-        QCOMPARE(parseButtonData(datagram(records), buttonCount, mappings, logger), true);
+        QCOMPARE(parseButtonData(datagram(records), buttonCount, mappings, logger).mappingsChanged,
+                 true);
 
         const int total = 6 * 4 * buttonCount;
         QCOMPARE(mappings.size(), total);
@@ -719,6 +730,40 @@ private Q_SLOTS:
         QCOMPARE(messages.first(), u"[INFO] Parsed: ME1 S1B1 = 101001"_s);
         QCOMPARE(messages.last(), u"[INFO] parseButtonData: found "_s + QString::number(total) +
                                       u" button mappings in packet"_s);
+    }
+
+    void everyRecordOfAButtonIsAnAnswer()
+    {
+        // Unassigned and "no assignment" records tell that the frame answered for the button,
+        // though they store nothing; records outside the suite or with an unknown bus do not.
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        MappingTable mappings;
+        const QByteArray data = datagram({
+            record(20, me1Code, 1, 1, 1042),        // assigned
+            record(20, me2Code, 2, 3, 0),           // unassigned, nothing cached to remove
+            record(20, pgmCode, 4, 20, 0xFFFFFFFF), // no assignment
+            record(20, pgmCode, 4, 19, 0xFFFFFFFE), // no assignment either
+            record(18, me1Code, 7),                 // before the suite's first button
+            record(20, 0x60, 1, 2, 7),              // unknown bus
+        });
+
+        const ButtonDataResult result = parseButtonData(data, 20, mappings, logger);
+
+        QCOMPARE(result.answers, (QList<ButtonAnswer>{{Bus::me1, 1, 1, 1042},
+                                                      {Bus::me2, 2, 3, 0},
+                                                      {Bus::pgm, 4, 20, 0xFFFFFFFF},
+                                                      {Bus::pgm, 4, 19, 0xFFFFFFFE}}));
+        QCOMPARE(mappings.keys(), QStringList(u"ME1-20-1-1"_s));
+    }
+
+    void aTooShortDatagramAnswersNothing()
+    {
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        MappingTable mappings;
+        QVERIFY(
+            parseButtonData(record(20, me1Code, 1, 1, 5), 20, mappings, logger).answers.isEmpty());
     }
 };
 

@@ -107,7 +107,7 @@ private Q_SLOTS:
         MappingTable mappings;
         for (qsizetype length = 0; length < 20; ++length) {
             const QByteArray datagram = repeated(bytes("13 85 00 00 89 00 10 30"), length);
-            QCOMPARE(parseButtonData(datagram, 35, mappings, logger), false);
+            QCOMPARE(parseButtonData(datagram, 35, mappings, logger).mappingsChanged, false);
         }
         QVERIFY(mappings.isEmpty());
         const QStringList messages = loggedMessages(logger);
