@@ -19,27 +19,12 @@ using namespace Qt::StringLiterals;
 using namespace quorvane;
 using quorvane::bench::StallProbe;
 
-namespace {
-
-// The waits a connect of 35 buttons cannot avoid, whatever the frame answers: the pauses after
-// the registrations and between verification exchanges, the names phase, and the bus load's
-// listens.
-std::chrono::milliseconds fixedWaits(const LinkTiming& timing, int buttonCount)
-{
-    const int batchListens = 4 * buttonCount / 10;
-    return 3 * timing.registrationPause + 2 * timing.heartbeatPause + timing.namesListen +
-           timing.preambleListen + timing.frameInfoListen + batchListens * timing.batchListen +
-           timing.buttonsListen;
-}
-
-} // namespace
-
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     constexpr int runs = 3;
     const LinkTiming timing; // the application's own
-    const double waits = double(fixedWaits(timing, 35).count());
+    const double waits = double(connectWaits(timing, 35).count());
 
     emulator::FrameEmulator frame;
     if (!frame.start()) {

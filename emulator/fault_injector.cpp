@@ -22,6 +22,12 @@ FaultInjector::FaultInjector(const FaultOptions& options)
 {
 }
 
+void FaultInjector::setDropFractions(double received, double sent)
+{
+    m_dropFraction = received;
+    m_dropSentFraction = sent;
+}
+
 bool FaultInjector::dropsNext()
 {
     return m_dropRandom.generateDouble() < m_dropFraction;

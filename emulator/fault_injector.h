@@ -43,6 +43,9 @@ class FaultInjector {
 public:
     explicit FaultInjector(const FaultOptions& options);
 
+    // A network that turns lossy (or recovers) from now on.
+    void setDropFractions(double received, double sent);
+
     // One decision per received datagram.
     bool dropsNext();
     // One decision per datagram sent.

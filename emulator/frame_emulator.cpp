@@ -206,6 +206,11 @@ bool FrameEmulator::announceDynamicPort()
     return true;
 }
 
+void FrameEmulator::setAnswerDelay(int milliseconds)
+{
+    m_outbox->setDelay(milliseconds);
+}
+
 void FrameEmulator::setAnsweringPings(bool answering)
 {
     m_answeringPings = answering;

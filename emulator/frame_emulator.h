@@ -121,6 +121,11 @@ public:
     bool announceDynamicPort();
     int announcementsSent() const { return m_announcementsSent; }
 
+    // A network that turns slow: everything sent from now on leaves this much later.
+    void setAnswerDelay(int milliseconds);
+    // A network that turns lossy: fractions of what is received and sent from now on.
+    void setLoss(double received, double sent) { m_faults.setDropFractions(received, sent); }
+
     bool isAnsweringPings() const { return m_answeringPings; }
     void setAnsweringPings(bool answering);
     bool isAnnouncementAcknowledged() const { return m_announcementAcknowledged; }

@@ -1,5 +1,5 @@
 // apply: writes the buttons of a show file that differ from the frame, and waits for the frame
-// to report each one back.
+// to report each one back, writing again what it has not taken.
 #include "connection_wait.h"
 #include "diagnostics/debug_logger.h"
 #include "frame_comparison.h"
@@ -29,12 +29,30 @@ ExitCode dryRun(const FrameComparison& comparison, Console& console)
                    (count == 1 ? u" button on "_s : u" buttons on "_s) + buses);
     return ExitCode::differ;
 }
+
+QString countText(qsizetype count, const QString& one, const QString& many)
+{
+    return QString::number(count) + u' ' + (count == 1 ? one : many);
+}
+
+// Writes `buttons` in groups; stops early when the link is lost.
+QCoro::Task<> writeAll(GVConnection& link, const QList<ShowButton>& buttons,
+                       WriteConfirmations& confirmations, std::chrono::milliseconds groupPause)
+{
+    for (qsizetype i = 0; i < buttons.size() && link.isConnected(); ++i) {
+        const ShowButton& wanted = buttons[i];
+        confirmations.written(wanted, link.answerSerial());
+        link.writeMapping(wanted.bus, wanted.shift, wanted.button, static_cast<int>(wanted.source));
+        if ((i + 1) % writesPerGroup == 0)
+            co_await pauseFor(groupPause);
+    }
+}
 } // namespace
 
 QCoro::Task<ExitCode> runApply(CliOptions options, CommandContext context)
 {
     std::variant<FrameComparison, ExitCode> compared =
-        co_await compareFileWithFrame(options, context);
+        co_await compareFileWithFrame(options, context, u"nothing written"_s);
     if (const ExitCode* failed = std::get_if<ExitCode>(&compared))
         co_return *failed;
     FrameComparison& comparison = std::get<FrameComparison>(compared);
@@ -43,54 +61,68 @@ QCoro::Task<ExitCode> runApply(CliOptions options, CommandContext context)
 
     FrameSession& session = *comparison.session;
     GVConnection& link = session.connection();
-    WriteConfirmations confirmations(comparison.plan.target.buttonCount);
-    qsizetype notWritten = 0;
-    for (qsizetype i = 0; i < comparison.differences.size(); ++i) {
-        if (!link.isConnected()) {
-            notWritten = comparison.differences.size() - i;
-            break;
-        }
-        const ShowButton& wanted = comparison.differences[i].wanted;
-        link.writeMapping(wanted.bus, wanted.shift, wanted.button, static_cast<int>(wanted.source));
-        confirmations.written(wanted, link.mappings());
-        if ((i + 1) % writesPerGroup == 0)
-            co_await pauseFor(context.timing.batchListen);
-    }
+    const int count = comparison.plan.target.buttonCount;
+    const AnswerLookup lastAnswer = [&link, count](const ShowButton& button) {
+        return link.lastAnswer(button.bus, button.shift, button.button, count);
+    };
+    WriteConfirmations confirmations;
+    QList<ShowButton> toWrite;
+    for (const ShowDifference& difference : comparison.differences)
+        toWrite.append(difference.wanted);
 
-    if (!confirmations.writes().isEmpty()) {
-        context.logger.info(u"Waiting for the frame to confirm "_s +
-                            QString::number(confirmations.writes().size()) + u" writes"_s);
-        const auto answered = [&link, &confirmations] {
-            // A lost link empties the cache; what was confirmed before stays confirmed.
+    // A write the frame answers with another source, or not at all within the time a load
+    // gives its answers, is written again, up to --retries more times.
+    const QDeadlineTimer deadline(options.timeout);
+    for (int round = 0; round <= options.retries && !toWrite.isEmpty(); ++round) {
+        if (round > 0) {
+            context.logger.info(
+                u"Writing "_s + countText(toWrite.size(), u"button"_s, u"buttons"_s) +
+                u" again that the frame did not confirm (round "_s + QString::number(round) +
+                u" of "_s + QString::number(options.retries) + u')');
+        }
+        session.setActivity(u"writing"_s);
+        co_await writeAll(link, toWrite, confirmations, context.timing.batchListen);
+        session.setActivity(u"waiting for the writes to be confirmed"_s);
+        const bool lastRound = round == options.retries;
+        const QDeadlineTimer roundEnd =
+            lastRound ? deadline : std::min(deadline, QDeadlineTimer(context.timing.buttonsListen));
+        const auto answered = [&link, &confirmations, &lastAnswer] {
             if (!link.isConnected())
                 return true;
-            confirmations.review(link.mappings());
-            return confirmations.allConfirmed();
+            confirmations.review(lastAnswer);
+            return confirmations.allAnswered();
         };
-        co_await waitUntil(link, answered, QDeadlineTimer(options.timeout));
+        co_await waitUntil(link, answered, roundEnd);
+        if (!link.isConnected() || deadline.hasExpired())
+            break;
+        toWrite = confirmations.unconfirmed();
     }
 
     const SourceNamer names = comparison.frameNames();
     for (const TrackedWrite& write : confirmations.writes())
         context.console.result(writeLine(write, names));
-    context.console.result(u"applied "_s + QString::number(confirmations.writes().size()) +
-                           u", confirmed "_s + QString::number(confirmations.confirmedCount()) +
-                           u", unconfirmed "_s + QString::number(confirmations.unconfirmedCount()));
+    const qsizetype written = confirmations.writes().size();
+    context.console.result(u"applied "_s + QString::number(written) + u", confirmed "_s +
+                           QString::number(confirmations.confirmedCount()) + u", unconfirmed "_s +
+                           QString::number(confirmations.unconfirmedCount()));
     const std::optional<QString> lost = session.linkProblem();
     session.close();
 
     if (lost) {
+        const qsizetype notWritten = comparison.differences.size() - written;
         QString message = *lost;
         if (notWritten > 0)
-            message += u"; "_s + QString::number(notWritten) + u" buttons were not written"_s;
+            message += u"; "_s + countText(notWritten, u"button was"_s, u"buttons were"_s) +
+                       u" not written"_s;
         context.console.error(message);
         co_return ExitCode::connectionFailed;
     }
     if (!confirmations.allConfirmed()) {
         context.console.error(
             QString::number(confirmations.unconfirmedCount()) + u" of "_s +
-            QString::number(confirmations.writes().size()) +
-            u" writes not confirmed by the frame within "_s +
+            countText(written, u"write"_s, u"writes"_s) +
+            u" not confirmed by the frame, each written up to "_s +
+            QString::number(options.retries + 1) + u" times within "_s +
             QString::number(static_cast<double>(options.timeout.count()) / 1000.0) + u" s"_s);
         co_return ExitCode::differ;
     }

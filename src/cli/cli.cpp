@@ -19,6 +19,15 @@ QCoro::Task<int> runCli(QStringList arguments, CliContext context)
         co_return exitStatus(stop->code);
     }
     const CliOptions& options = std::get<CliOptions>(parsed);
+    const std::chrono::seconds shortest = shortestTimeout(context.timing, options.retries);
+    if (options.timeout < shortest) {
+        console.error(u"--timeout "_s +
+                      QString::number(static_cast<double>(options.timeout.count()) / 1000.0) +
+                      u" is shorter than connecting and loading a bus take at the frame's pace: "
+                      u"use at least "_s +
+                      QString::number(shortest.count()));
+        co_return exitStatus(ExitCode::usage);
+    }
 
     LogRelay relay(context.logger, context.err, options.logDetail);
     console.setRelay(&relay);

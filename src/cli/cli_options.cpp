@@ -13,6 +13,8 @@ namespace quorvane::cli {
 namespace {
 
 constexpr double longestTimeoutSeconds = 24 * 60 * 60;
+constexpr int mostRetries = 20;
+constexpr int mostConnectAttempts = 10;
 
 CliStop usageError(const QString& message)
 {
@@ -88,6 +90,19 @@ std::optional<QString> readTimeout(const QString& text, CliOptions& options)
     return std::nullopt;
 }
 
+// Whole numbers from `lowest` to `highest`, for counts the user sets.
+std::optional<QString> readCount(const QString& option, const QString& text, int lowest,
+                                 int highest, int& value)
+{
+    const std::optional<int> count = wholeNumber(text);
+    if (!count || *count < lowest || *count > highest) {
+        return u"--"_s + option + u" \""_s + text + u"\" is not a whole number from "_s +
+               QString::number(lowest) + u" to "_s + QString::number(highest);
+    }
+    value = *count;
+    return std::nullopt;
+}
+
 std::optional<QString> readFormat(const QString& text, CliOptions& options)
 {
     if (text.compare(u"json"_s, Qt::CaseInsensitive) == 0)
@@ -159,14 +174,16 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
     const QCommandLineOption buttons(u"buttons"_s, QString(), u"N"_s);
     const QCommandLineOption bus(u"bus"_s, QString(), u"NAME"_s);
     const QCommandLineOption timeout(u"timeout"_s, QString(), u"SECONDS"_s);
+    const QCommandLineOption retries(u"retries"_s, QString(), u"N"_s);
+    const QCommandLineOption connectAttempts(u"connect-attempts"_s, QString(), u"N"_s);
     const QCommandLineOption format(u"format"_s, QString(), u"FORMAT"_s);
     const QCommandLineOption output({u"o"_s, u"output"_s}, QString(), u"FILE"_s);
     const QCommandLineOption dryRun(u"dry-run"_s, QString());
     const QCommandLineOption listedOnly(u"listed-only"_s, QString());
     const QCommandLineOption quiet({u"q"_s, u"quiet"_s}, QString());
     const QCommandLineOption verbose({u"v"_s, u"verbose"_s}, QString());
-    parser.addOptions({help, host, suite, buttons, bus, timeout, format, output, dryRun, listedOnly,
-                       quiet, verbose});
+    parser.addOptions({help, host, suite, buttons, bus, timeout, retries, connectAttempts, format,
+                       output, dryRun, listedOnly, quiet, verbose});
 
     if (!parser.parse(QStringList{u"quorvane-cli"_s} + arguments))
         return usageError(parser.errorText() + u" (see --help)"_s);
@@ -188,6 +205,14 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
         problem = readBuses(parser.values(bus), options);
     if (!problem && parser.isSet(timeout))
         problem = readTimeout(parser.values(timeout).last(), options);
+    if (!problem && parser.isSet(retries)) {
+        problem =
+            readCount(u"retries"_s, parser.values(retries).last(), 0, mostRetries, options.retries);
+    }
+    if (!problem && parser.isSet(connectAttempts)) {
+        problem = readCount(u"connect-attempts"_s, parser.values(connectAttempts).last(), 1,
+                            mostConnectAttempts, options.connectAttempts);
+    }
     if (!problem && parser.isSet(format))
         problem = readFormat(parser.values(format).last(), options);
     if (!problem && parser.isSet(quiet) && parser.isSet(verbose))
@@ -204,6 +229,14 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
     else if (parser.isSet(verbose))
         options.logDetail = LogDetail::hex;
     return options;
+}
+
+std::chrono::seconds shortestTimeout(const LinkTiming& timing, int retries)
+{
+    // The widest panel loads longest.
+    const auto needed =
+        connectWaits(timing, supportedButtonCounts.back()) + retries * timing.retryListen;
+    return std::chrono::ceil<std::chrono::seconds>(needed);
 }
 
 } // namespace quorvane::cli

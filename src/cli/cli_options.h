@@ -1,6 +1,7 @@
 #pragma once
 
 #include "exit_code.h"
+#include "link/link_timing.h"
 #include "model/bus.h"
 
 #include <QList>
@@ -31,6 +32,8 @@ struct CliOptions {
     std::optional<int> buttonCount;
     QList<Bus> buses; // as named with --bus, in display order; empty when not given
     std::chrono::milliseconds timeout{30'000};
+    int retries = 3;         // rounds of asking again for buttons, and of writing again
+    int connectAttempts = 2; // after a handshake time-out or a failed heartbeat check
     std::optional<ShowFormat> format;
     QString file;   // diff and apply: the show file to compare with
     QString output; // dump: where to write; empty for standard output
@@ -51,5 +54,10 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments);
 
 // The full --help text.
 QString helpText();
+
+// The shortest --timeout that lets a step finish at the frame's pace: a connect with its first
+// bus and every round of asking again, at `timing`, in whole seconds. A shorter one is refused
+// as a usage error rather than blamed on the frame.
+std::chrono::seconds shortestTimeout(const LinkTiming& timing, int retries);
 
 } // namespace quorvane::cli

@@ -4,6 +4,7 @@
 
 #include "cli_options.h"
 #include "console.h"
+#include "frame_session.h"
 #include "link/link_timing.h"
 
 #include <QCoroTask>
@@ -19,6 +20,11 @@ struct CommandContext {
     DebugLogger& logger;
     LinkTiming timing;
 };
+
+inline SessionPatience patienceOf(const CliOptions& options)
+{
+    return SessionPatience{options.timeout, options.connectAttempts, options.retries};
+}
 
 QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context);
 QCoro::Task<ExitCode> runDiff(CliOptions options, CommandContext context);

@@ -69,8 +69,7 @@ QList<ShowButton> onBuses(const QList<ShowButton>& buttons, const QList<Bus>& bu
     return kept;
 }
 
-QList<ShowDifference> compareWithFrame(const QList<ShowButton>& frameButtons,
-                                       const ComparisonPlan& plan)
+QList<ShowButton> comparedOnly(QList<ShowButton> frameButtons, const ComparisonPlan& plan)
 {
     QList<ShowButton> frame = onBuses(frameButtons, plan.buses);
     if (plan.listedOnly) {
@@ -80,7 +79,13 @@ QList<ShowDifference> compareWithFrame(const QList<ShowButton>& frameButtons,
         frame.removeIf(
             [&listed](const ShowButton& button) { return !listed.contains(buttonText(button)); });
     }
-    return differences(frame, plan.file.buttons);
+    return frame;
+}
+
+QList<ShowDifference> compareWithFrame(const QList<ShowButton>& frameButtons,
+                                       const ComparisonPlan& plan)
+{
+    return differences(comparedOnly(frameButtons, plan), plan.file.buttons);
 }
 
 } // namespace quorvane::cli

@@ -28,6 +28,10 @@ std::variant<ComparisonPlan, QString> planComparison(const CliOptions& options, 
 // Keeps the buttons on `buses`.
 QList<ShowButton> onBuses(const QList<ShowButton>& buttons, const QList<Bus>& buses);
 
+// Keeps the buttons the plan compares: on its buses, and only those the file lists when the
+// plan compares listed buttons only.
+QList<ShowButton> comparedOnly(QList<ShowButton> frameButtons, const ComparisonPlan& plan);
+
 // The buttons whose source differs between the frame's buttons and the plan's file. A button
 // the file does not list counts as unassigned, unless the plan compares listed buttons only.
 QList<ShowDifference> compareWithFrame(const QList<ShowButton>& frameButtons,

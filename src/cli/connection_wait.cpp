@@ -31,8 +31,10 @@ QCoro::Task<bool> waitUntil(GVConnection& connection, std::function<bool()> done
             co_return false;
 
         WakeUp wakeUp;
-        for (auto changed : {&GVConnection::connectionStateChanged, &GVConnection::isLoadingChanged,
-                             &GVConnection::isConnectedChanged, &GVConnection::mappingsChanged}) {
+        for (auto changed :
+             {&GVConnection::connectionStateChanged, &GVConnection::isLoadingChanged,
+              &GVConnection::isConnectedChanged, &GVConnection::mappingsChanged,
+              &GVConnection::buttonsAnswered, &GVConnection::heartbeatPulseChanged}) {
             QObject::connect(alive.data(), changed, &wakeUp, &WakeUp::ring);
         }
         QObject::connect(alive.data(), &QObject::destroyed, &wakeUp, &WakeUp::ring);

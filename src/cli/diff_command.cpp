@@ -8,7 +8,7 @@ namespace quorvane::cli {
 QCoro::Task<ExitCode> runDiff(CliOptions options, CommandContext context)
 {
     std::variant<FrameComparison, ExitCode> compared =
-        co_await compareFileWithFrame(options, context);
+        co_await compareFileWithFrame(options, context, u"no comparison made"_s);
     if (const ExitCode* failed = std::get_if<ExitCode>(&compared))
         co_return *failed;
     FrameComparison& comparison = std::get<FrameComparison>(compared);

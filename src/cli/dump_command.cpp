@@ -1,10 +1,14 @@
-// dump: the buttons of the chosen buses, read from the frame, as a show file.
+// dump: the buttons of the chosen buses, read from the frame, as a show file. A dump is a
+// backup: it is written whole or not at all, and never over a good file with a worse one.
 #include "commands.h"
 #include "comparison.h"
 #include "diagnostics/debug_logger.h"
-#include "frame_session.h"
+#include "frame_reading.h"
 #include "report_lines.h"
 #include "show_io.h"
+#include "unknown_report.h"
+
+#include <QSaveFile>
 
 using namespace Qt::StringLiterals;
 
@@ -23,31 +27,52 @@ QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context)
     const QList<Bus> buses =
         options.buses.isEmpty() ? QList<Bus>(allBuses.begin(), allBuses.end()) : options.buses;
 
-    FrameSession session(context.logger, context.timing);
-    if (std::optional<QString> failed = co_await session.open(target, buses, options.timeout)) {
+    // The new file is written beside the old one and takes its place only when complete. Its
+    // folder is tried before the frame is contacted: a backup that cannot be kept is not worth
+    // the wait.
+    std::unique_ptr<QSaveFile> file;
+    if (!options.output.isEmpty()) {
+        file = std::make_unique<QSaveFile>(options.output);
+        if (!file->open(QIODevice::WriteOnly)) {
+            context.console.error(u"cannot write "_s + options.output + u": "_s +
+                                  file->errorString());
+            co_return ExitCode::usage;
+        }
+    }
+
+    FrameSession session(context.logger, context.timing, patienceOf(options));
+    if (std::optional<QString> failed = co_await session.open(target, buses)) {
         context.console.error(*failed);
         co_return ExitCode::connectionFailed;
     }
 
     const GVConnection& link = session.connection();
+    const FrameReading reading =
+        readFrame(link, buses, target.buttonCount,
+                  [&session](qint64 source) { return session.sourceName(source); });
     ShowFile show;
     show.frameName = link.frameName();
     show.frameVersion = link.frameVersion();
     show.frameAddress = target.host;
     show.suite = target.suite;
     show.buttonCount = target.buttonCount;
-    // Unassigned buttons are not in the cache, so the file lists the assigned ones only.
-    show.buttons =
-        onBuses(showButtons(link.mappings(), target.buttonCount,
-                            [&session](int source) { return session.sourceName(source); }),
-                buses);
+    show.buttons = reading.assigned; // a dump lists the assigned buttons only
     session.close();
 
+    if (!reading.isComplete()) {
+        const QString leftUndone =
+            options.output.isEmpty()
+                ? u"no show file written"_s
+                : u"no show file written, "_s + options.output + u" is as it was"_s;
+        co_return reportUnknownButtons(context.console, reading.unknown, options.retries,
+                                       leftUndone);
+    }
+
     const QByteArray bytes = encodeShowFile(show, format);
-    if (options.output.isEmpty()) {
+    if (!file) {
         context.console.resultBytes(bytes);
-    } else if (std::optional<QString> failed = writeWholeFile(options.output, bytes)) {
-        context.console.error(*failed);
+    } else if (file->write(bytes) != bytes.size() || !file->commit()) {
+        context.console.error(u"cannot write "_s + options.output + u": "_s + file->errorString());
         co_return ExitCode::usage;
     }
     context.logger.info(u"dump: "_s + QString::number(show.buttons.size()) +

@@ -9,6 +9,7 @@ enum class ExitCode {
     differ = 1,           // diff: buttons differ; apply: a write stayed unconfirmed
     usage = 2,            // bad command line, or a show file that cannot be used
     connectionFailed = 3, // the frame could not be reached, or the link was lost
+    incomplete = 4,       // the frame did not answer for some buttons, even when asked again
 };
 
 constexpr int exitStatus(ExitCode code)

@@ -1,7 +1,9 @@
 #include "frame_comparison.h"
 
 #include "diagnostics/debug_logger.h"
+#include "frame_reading.h"
 #include "show_io.h"
+#include "unknown_report.h"
 
 using namespace Qt::StringLiterals;
 
@@ -11,8 +13,8 @@ namespace {
 constexpr int defaultButtonCount = 35;
 } // namespace
 
-QCoro::Task<std::variant<FrameComparison, ExitCode>> compareFileWithFrame(const CliOptions& options,
-                                                                          CommandContext& context)
+QCoro::Task<std::variant<FrameComparison, ExitCode>>
+compareFileWithFrame(const CliOptions& options, CommandContext& context, QString leftUndone)
 {
     // All of the file is checked before the frame hears a word: a file refused half-way must
     // not have been half applied.
@@ -44,16 +46,23 @@ QCoro::Task<std::variant<FrameComparison, ExitCode>> compareFileWithFrame(const 
                             u" buttons of "_s + options.file + u" on buses not compared"_s);
     }
 
-    comparison.session = std::make_unique<FrameSession>(context.logger, context.timing);
+    comparison.session =
+        std::make_unique<FrameSession>(context.logger, context.timing, patienceOf(options));
     FrameSession& session = *comparison.session;
-    if (std::optional<QString> failed =
-            co_await session.open(plan.target, plan.buses, options.timeout)) {
+    if (std::optional<QString> failed = co_await session.open(plan.target, plan.buses)) {
         context.console.error(*failed);
         co_return ExitCode::connectionFailed;
     }
-    const QList<ShowButton> frameButtons =
-        showButtons(session.connection().mappings(), plan.target.buttonCount, {});
-    comparison.differences = compareWithFrame(frameButtons, plan);
+    // A button the frame did not answer for is unknown: comparing it as unassigned would
+    // report or write what nobody knows.
+    const FrameReading reading =
+        readFrame(session.connection(), plan.buses, plan.target.buttonCount);
+    const QList<ShowButton> unknown = comparedOnly(reading.unknown, plan);
+    if (!unknown.isEmpty()) {
+        session.close();
+        co_return reportUnknownButtons(context.console, unknown, options.retries, leftUndone);
+    }
+    comparison.differences = compareWithFrame(reading.assigned, plan);
     co_return comparison;
 }
 

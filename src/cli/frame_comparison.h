@@ -24,8 +24,9 @@ struct FrameComparison {
 };
 
 // Reads the show file of `options`, and only when it is valid, connects and compares. On
-// failure the reason has been printed and the exit code is returned.
-QCoro::Task<std::variant<FrameComparison, ExitCode>> compareFileWithFrame(const CliOptions& options,
-                                                                          CommandContext& context);
+// failure the reason has been printed and the exit code is returned; when buttons are unknown,
+// the message ends in `leftUndone` ("nothing written").
+QCoro::Task<std::variant<FrameComparison, ExitCode>>
+compareFileWithFrame(const CliOptions& options, CommandContext& context, QString leftUndone);
 
 } // namespace quorvane::cli

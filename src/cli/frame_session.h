@@ -20,28 +20,39 @@ struct SessionTarget {
     int buttonCount = 35;
 };
 
+// How long and how often a session tries before it gives up.
+struct SessionPatience {
+    std::chrono::milliseconds stepLimit{30'000}; // each step: the connect, each further bus
+    int connectAttempts = 2; // after a handshake time-out or a failed heartbeat check
+    int answerRetries = 3;   // rounds of asking again for buttons that did not answer
+};
+
 // One connection to the frame for the length of a command, opened exactly as the desktop opens
 // it (handshake, heartbeat verification, loading) and then loading further buses the way the
 // desktop's bus selector does.
 class FrameSession {
 public:
-    FrameSession(DebugLogger& logger, const LinkTiming& timing);
+    FrameSession(DebugLogger& logger, const LinkTiming& timing, const SessionPatience& patience);
     ~FrameSession();
 
     FrameSession(const FrameSession&) = delete;
     FrameSession& operator=(const FrameSession&) = delete;
 
     // Connects and loads `buses` (at least one), the first as part of the connect. Returns why
-    // it failed, as one line, or nothing once every bus is loaded. Each step may take up to
-    // `stepLimit`.
-    QCoro::Task<std::optional<QString>> open(SessionTarget target, QList<Bus> buses,
-                                             std::chrono::milliseconds stepLimit);
+    // the frame could not be reached or was lost, as one line, or nothing once every bus has
+    // been loaded. Buttons may still be unknown then (see readFrame): but not because the frame
+    // went away, which a bus with unknown buttons is checked for.
+    QCoro::Task<std::optional<QString>> open(SessionTarget target, QList<Bus> buses);
 
+    // What the session is doing, for the message should the frame stop answering:
+    // "waiting for the writes to be confirmed".
+    void setActivity(const QString& activity) { m_activity = activity; }
     // Why the link is no longer usable, or nothing while it is.
     std::optional<QString> linkProblem() const;
 
     GVConnection& connection() { return *m_connection; }
     const GVConnection& connection() const { return *m_connection; }
+    const SessionPatience& patience() const { return m_patience; }
 
     // The name the frame gives `source`, empty when it has none.
     QString sourceName(qint64 source) const;
@@ -49,16 +60,23 @@ public:
     void close();
 
 private:
-    QCoro::Task<std::optional<QString>> connectLoading(Bus firstBus,
-                                                       std::chrono::milliseconds stepLimit);
-    QCoro::Task<std::optional<QString>> load(Bus bus, std::chrono::milliseconds stepLimit);
+    struct ConnectFailure {
+        QString reason;
+        bool worthAnotherAttempt = false;
+    };
+
+    QCoro::Task<std::optional<ConnectFailure>> connectLoading(Bus firstBus);
+    QCoro::Task<std::optional<QString>> load(Bus bus);
+    QCoro::Task<std::optional<QString>> checkAliveAfterSilence(Bus bus);
 
     // The desktop remembers the last frame it reached; a script run must not change that, so
     // the connection keeps its preferences in a place that goes away with the session.
     QTemporaryDir m_preferencesDir;
     QSettings m_preferences;
     std::unique_ptr<GVConnection> m_connection;
+    SessionPatience m_patience;
     SessionTarget m_target;
+    QString m_activity;
 };
 
 } // namespace quorvane::cli

@@ -29,7 +29,13 @@ Options (every command):
                      dump: default all. diff, apply: default the buses FILE lists buttons on.
   --timeout SECONDS  How long to wait for the frame at each step: connecting (handshake,
                      heartbeat check, loading the first bus), loading each further bus, and
-                     the confirmation of the writes of apply. Default 30.
+                     the confirmation of the writes of apply. Default 30; a value shorter than
+                     a connect takes at the frame's pace is refused.
+  --retries N        How often to ask again for buttons the frame did not answer for, and to
+                     write again what it did not confirm. 0 to 20, default 3.
+  --connect-attempts N
+                     How often to try connecting when the frame does not answer the handshake
+                     or the first PINGs. 1 to 10, default 2.
   --format json|csv  Show file format. Default: csv for a name ending in .csv, else json.
   -q, --quiet        No log on standard error; errors are still reported.
   -v, --verbose      The log with every datagram in hexadecimal.
@@ -54,15 +60,28 @@ Output:
   error. Nothing is written before FILE has been read and found valid, and an invalid FILE is
   never sent anywhere.
 
+Complete or nothing:
+  A button the frame does not answer for is unknown, never taken for unassigned. Such buttons
+  are asked for again (--retries); if any stays unknown, dump writes no file, diff compares
+  nothing and apply writes nothing, and each says which buttons did not answer (exit 4).
+  dump -o writes a new file beside FILE and puts it in place only when it is complete, so an
+  earlier backup is never damaged; a folder it cannot write in is refused before the frame is
+  contacted. A write counts as confirmed only when the frame reports the button back with the
+  written source afterwards. A frame that stops answering ends any command with exit 3 and says
+  what was in progress.
+
 Exit codes:
   0  Success. diff: the frame agrees with FILE. apply: every write was confirmed by the frame,
      or nothing needed writing.
-  1  diff: some buttons differ. apply: some writes were not confirmed within --timeout.
-     apply --dry-run: something would be written.
+  1  diff: some buttons differ. apply: some writes were not confirmed by the frame, even when
+     written again. apply --dry-run: something would be written.
   2  Usage error, or FILE cannot be read, is not a valid show file or does not fit the panel,
      or the dump cannot be written.
   3  The connection failed: the frame did not answer the handshake, heartbeat verification
-     failed, the local ports are in use, no answer within --timeout, or the link was lost.
+     failed, the local ports are in use (another program, perhaps another Quorvane on the same
+     suite), no answer within --timeout, or the frame stopped answering during the command.
+  4  Incomplete: the frame did not answer for some buttons, even when asked again. Nothing was
+     written, compared or applied.
 
 Example, a backup now and a restore later:
   quorvane-cli dump --host 192.168.1.20 --suite 2 -o studio-a.json

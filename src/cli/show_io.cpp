@@ -1,7 +1,6 @@
 #include "show_io.h"
 
 #include <QFile>
-#include <QSaveFile>
 
 using namespace Qt::StringLiterals;
 
@@ -46,15 +45,6 @@ ShowFileRead readShowFile(const QString& path, ShowFormat format, int csvButtonC
 QByteArray encodeShowFile(const ShowFile& file, ShowFormat format)
 {
     return format == ShowFormat::csv ? writeShowCsv(file.buttons) : writeShowJson(file);
-}
-
-std::optional<QString> writeWholeFile(const QString& path, const QByteArray& bytes)
-{
-    // A dump that stops half-way must not leave half a backup where the old one was.
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        return u"cannot write "_s + path + u": "_s + file.errorString();
-    return std::nullopt;
 }
 
 } // namespace quorvane::cli

@@ -26,7 +26,4 @@ ShowFileRead readShowFile(const QString& path, ShowFormat format, int csvButtonC
 
 QByteArray encodeShowFile(const ShowFile& file, ShowFormat format);
 
-// Replaces `path` as a whole or leaves it untouched; the reason on failure.
-std::optional<QString> writeWholeFile(const QString& path, const QByteArray& bytes);
-
 } // namespace quorvane::cli

@@ -4,30 +4,35 @@
 
 namespace quorvane::cli {
 
-QString WriteConfirmations::keyOf(const ShowButton& button) const
+namespace {
+bool sameButton(const ShowButton& a, const ShowButton& b)
 {
-    return mappingKey(button.bus, m_buttonCount, button.shift, button.button);
+    return a.bus == b.bus && a.shift == b.shift && a.button == b.button;
+}
+} // namespace
+
+void WriteConfirmations::written(const ShowButton& wanted, quint64 answerSerial)
+{
+    auto known = std::ranges::find_if(
+        m_writes, [&](const TrackedWrite& write) { return sameButton(write.wanted, wanted); });
+    if (known == m_writes.end()) {
+        m_writes.append(TrackedWrite{wanted, answerSerial, std::nullopt, false, 1});
+        return;
+    }
+    // Written again: what the frame said about the earlier write no longer counts.
+    known->wanted = wanted;
+    known->sentAfter = answerSerial;
+    known->frameSource.reset();
+    known->confirmed = false;
+    ++known->sends;
 }
 
-void WriteConfirmations::written(const ShowButton& wanted, const MappingTable& mappings)
-{
-    TrackedWrite write{wanted, {}, std::nullopt, false};
-    const auto entry = mappings.constFind(keyOf(wanted));
-    if (entry != mappings.cend())
-        write.writtenId = entry->id;
-    m_writes.append(write);
-}
-
-void WriteConfirmations::review(const MappingTable& mappings)
+void WriteConfirmations::review(const AnswerLookup& lastAnswer)
 {
     for (TrackedWrite& write : m_writes) {
-        const auto entry = mappings.constFind(keyOf(write.wanted));
-        if (entry == mappings.cend()) {
-            // Only the frame's record of an unassigned button takes an entry away.
-            write.frameSource = 0;
-        } else if (entry->id != write.writtenId) {
-            write.frameSource = entry->source;
-        }
+        const std::optional<GVConnection::ButtonAnswerStamp> answer = lastAnswer(write.wanted);
+        if (answer && answer->serial > write.sentAfter)
+            write.frameSource = qint64{answer->source};
         write.confirmed = write.frameSource == write.wanted.source;
     }
 }
@@ -36,6 +41,22 @@ int WriteConfirmations::confirmedCount() const
 {
     return static_cast<int>(
         std::ranges::count_if(m_writes, [](const TrackedWrite& write) { return write.confirmed; }));
+}
+
+bool WriteConfirmations::allAnswered() const
+{
+    return std::ranges::all_of(
+        m_writes, [](const TrackedWrite& write) { return write.frameSource.has_value(); });
+}
+
+QList<ShowButton> WriteConfirmations::unconfirmed() const
+{
+    QList<ShowButton> buttons;
+    for (const TrackedWrite& write : m_writes) {
+        if (!write.confirmed)
+            buttons.append(write.wanted);
+    }
+    return buttons;
 }
 
 } // namespace quorvane::cli

@@ -93,6 +93,11 @@ public:
     bool isConnectionTaskRunning() const;
     quint16 dynamicPort() const { return m_dynamicPort; }
     quint16 msgCounter() const { return m_msgCounter; }
+    // How long ago the frame last acknowledged anything on the main socket.
+    std::chrono::milliseconds sinceLastHeartbeatAck() const
+    {
+        return std::chrono::milliseconds(m_lastHeartbeatAck.elapsed());
+    }
     quint16 subIdCounter() const { return m_subIdCounter; }
 
     // Starts connecting to `host`; suite and button count are corrected, never refused.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/button_address.h"
+
 #include <chrono>
 
 namespace quorvane {
@@ -39,5 +41,22 @@ struct LinkTiming {
     ms buttonsListenSlice{50}; // one listen inside that phase
     ms retryListen{300};       // the longest wait for the buttons asked for again
 };
+
+// The waits one bus load cannot avoid, whatever the frame answers: the listens after the
+// preamble, the frame information and every tenth button, and the active listen.
+inline std::chrono::milliseconds busLoadWaits(const LinkTiming& timing, int buttonCount)
+{
+    const int batchListens = shiftRowCount * buttonCount / 10;
+    return timing.preambleListen + timing.frameInfoListen + batchListens * timing.batchListen +
+           timing.buttonsListen;
+}
+
+// The waits a connect cannot avoid up to its first bus loaded: the pauses after the
+// registrations and between the verification exchanges, the names phase, and the load.
+inline std::chrono::milliseconds connectWaits(const LinkTiming& timing, int buttonCount)
+{
+    return 3 * timing.registrationPause + 2 * timing.heartbeatPause + timing.namesListen +
+           busLoadWaits(timing, buttonCount);
+}
 
 } // namespace quorvane

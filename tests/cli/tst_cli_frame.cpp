@@ -1,11 +1,11 @@
 // The tool end to end against the emulated frame on loopback: dumps that match the frame's
 // table, diffs, applies confirmed by the frame's own data, and the ways a run refuses or fails.
+#include "cli_frame_support.h"
 #include "cli_runner.h"
 #include "frame_emulator.h"
 #include "model/show_file.h"
 #include "model/source_labels.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
@@ -27,29 +27,6 @@ struct Place {
     int button;
 };
 
-// The assigned buttons of the frame's table, as a dump lists them (names aside).
-QList<ShowButton> assignedOnFrame(const FrameEmulator& frame, const QList<Bus>& buses, int count)
-{
-    QList<ShowButton> buttons;
-    for (Bus bus : buses) {
-        for (int shift = 1; shift <= 4; ++shift) {
-            for (int button = 1; button <= count; ++button) {
-                const quint32 source = frame.mapping(bus, count, shift, button);
-                if (source != 0)
-                    buttons.append(ShowButton{bus, shift, button, qint64{source}, {}});
-            }
-        }
-    }
-    return buttons;
-}
-
-QList<ShowButton> withoutNames(QList<ShowButton> buttons)
-{
-    for (ShowButton& button : buttons)
-        button.name.clear();
-    return buttons;
-}
-
 // The first button of `bus` whose assignment on the frame is (or is not) empty.
 Place firstButton(const FrameEmulator& frame, Bus bus, bool assigned, int fromShift = 1)
 {
@@ -62,29 +39,6 @@ Place firstButton(const FrameEmulator& frame, Bus bus, bool assigned, int fromSh
     qFatal("the demo show has no such button");
 }
 
-QByteArray contents(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("cannot read %s", qPrintable(path));
-    return file.readAll();
-}
-
-void save(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        qFatal("cannot write %s", qPrintable(path));
-}
-
-ShowFile readJson(const QByteArray& bytes)
-{
-    const ShowFileResult result = readShowJson(bytes);
-    if (!result.file)
-        qFatal("not a show file: %s", qPrintable(result.problems.value(0).text()));
-    return *result.file;
-}
-
 ShowButton* find(ShowFile& file, const Place& place)
 {
     for (ShowButton& button : file.buttons) {
@@ -92,13 +46,6 @@ ShowButton* find(ShowFile& file, const Place& place)
             return &button;
     }
     return nullptr;
-}
-
-// Without any log, standard error holds only the errors.
-QStringList quietly(QStringList arguments)
-{
-    arguments << u"--quiet"_s;
-    return arguments;
 }
 
 } // namespace
@@ -118,19 +65,11 @@ private:
             .value_or(QString());
     }
 
-    bool start(FrameEmulator& frame)
-    {
-        if (frame.start())
-            return true;
-        qWarning("emulated frame: %s", qPrintable(frame.errorString()));
-        return false;
-    }
-
 private Q_SLOTS:
     void dumpOfOneBusIsTheFramesTable()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         const ToolRun run = runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"me3"_s});
         QCOMPARE(run.status, 0);
 
@@ -168,7 +107,7 @@ private Q_SLOTS:
     void dumpOfEveryBusAsCsv()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = dir.filePath(u"all.csv"_s);
         const ToolRun run = runTool({u"dump"_s, u"--host"_s, host, u"-o"_s, path});
@@ -187,7 +126,7 @@ private Q_SLOTS:
     void dumpOfAnotherSuiteAndWidth()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         const ToolRun run =
             runTool({u"dump"_s, u"--host"_s, host, u"--suite"_s, u"2"_s, u"--buttons"_s, u"20"_s,
                      u"--bus"_s, u"PGM"_s, u"--bus"_s, u"aux"_s, u"--format"_s, u"csv"_s});
@@ -203,7 +142,7 @@ private Q_SLOTS:
     void theLogFollowsQuietAndVerbose()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         const ToolRun verbose =
             runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"pgm"_s, u"--verbose"_s});
         QCOMPARE(verbose.status, 0);
@@ -219,7 +158,7 @@ private Q_SLOTS:
     void diffOfItsOwnDumpAgrees()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = dir.filePath(u"show.json"_s);
         QCOMPARE(runTool({u"dump"_s, u"--host"_s, host, u"-o"_s, path}).status, 0);
@@ -233,7 +172,7 @@ private Q_SLOTS:
     void diffPrintsEveryDifferingButton()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = dir.filePath(u"pgm.json"_s);
         QCOMPARE(
@@ -288,7 +227,7 @@ private Q_SLOTS:
     void applyWritesExactlyTheDifferences()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = dir.filePath(u"show.json"_s);
         // The three buses the edit touches; the rest of the frame must stay as it is.
@@ -348,7 +287,7 @@ private Q_SLOTS:
     void dryRunWritesNothing()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = dir.filePath(u"show.json"_s);
         QCOMPARE(
@@ -379,7 +318,7 @@ private Q_SLOTS:
     void writesTheFrameNeverConfirmsAreReported()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = dir.filePath(u"show.json"_s);
         QCOMPARE(
@@ -413,14 +352,15 @@ private Q_SLOTS:
                                    u", the frame did not answer"_s);
         }
         QCOMPARE(lines[3], u"applied 3, confirmed 0, unconfirmed 3"_s);
-        QCOMPARE(run.err, u"quorvane-cli: 3 of 3 writes not confirmed by the frame within 4 s\n"_s);
+        QCOMPARE(run.err, u"quorvane-cli: 3 of 3 writes not confirmed by the frame, each written "
+                          u"up to 4 times within 4 s\n"_s);
         QVERIFY(!frame.receivedOfKind(ClientMessageKind::writeRequest).isEmpty());
     }
 
     void aLinkLostWhileWaitingForConfirmations()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = dir.filePath(u"show.json"_s);
         QCOMPARE(
@@ -447,8 +387,8 @@ private Q_SLOTS:
         QVERIFY(run.outLines()[0].startsWith(u"unconfirmed AUX shift "_s));
         QVERIFY(run.outLines()[1].startsWith(u"unconfirmed AUX shift "_s));
         QCOMPARE(run.outLines()[2], u"applied 2, confirmed 0, unconfirmed 2"_s);
-        QCOMPARE(run.err, u"quorvane-cli: the link to the frame at 127.0.0.1 was lost: it stopped "
-                          u"answering the heartbeat\n"_s);
+        QCOMPARE(run.err, u"quorvane-cli: the frame at 127.0.0.1 stopped answering while waiting "
+                          u"for the writes to be confirmed\n"_s);
     }
 
     void anInvalidFileIsRefusedBeforeConnecting_data()
@@ -463,7 +403,7 @@ private Q_SLOTS:
     {
         QFETCH(QStringList, command);
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = dir.filePath(u"bad.json"_s);
         save(path, R"({
@@ -498,7 +438,7 @@ private Q_SLOTS:
     void aFileOfAnotherWidthIsRefused()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = dir.filePath(u"narrow.json"_s);
         ShowFile file;
@@ -526,7 +466,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, address);
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         const ToolRun run = runTool({u"dump"_s, u"--host"_s, address});
         QCOMPARE(run.status, 2);
         QCOMPARE(run.out, QString());
@@ -541,30 +481,68 @@ private Q_SLOTS:
         emulator::FrameEmulatorOptions options;
         options.faults.neverAnswerHandshake = true;
         FrameEmulator frame(options);
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         const ToolRun run = runTool(quietly({u"dump"_s, u"--host"_s, host}));
         QCOMPARE(run.status, 3);
         QCOMPARE(run.out, QString());
-        QCOMPARE(run.err, u"quorvane-cli: the frame at 127.0.0.1 did not answer the handshake\n"_s);
+        QCOMPARE(run.err, u"quorvane-cli: the frame at 127.0.0.1 did not answer the handshake "
+                          u"(tried 2 times)\n"_s);
         QVERIFY(!frame.received().isEmpty());
     }
 
     void aFrameThatStopsAnsweringPings()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         // Past the handshake and registration, the frame answers no PING.
         connect(&frame, &FrameEmulator::datagramReceived, &frame,
                 [&frame](const emulator::ReceivedDatagram& datagram) {
                     if (datagram.message.kind == ClientMessageKind::secondSuiteRegistration)
                         frame.setAnsweringPings(false);
                 });
-        const ToolRun run = runTool(quietly({u"dump"_s, u"--host"_s, host}));
-        QCOMPARE(run.status, 3);
-        QCOMPARE(run.out, QString());
-        QCOMPARE(run.err, u"quorvane-cli: heartbeat verification failed: the frame at 127.0.0.1 "
-                          u"answered too few of the first PINGs\n"_s);
+        const ToolRun once =
+            runTool(quietly({u"dump"_s, u"--host"_s, host, u"--connect-attempts"_s, u"1"_s}));
+        QCOMPARE(once.status, 3);
+        QCOMPARE(once.out, QString());
+        QCOMPARE(once.err, u"quorvane-cli: heartbeat verification failed: the frame at 127.0.0.1 "
+                           u"answered too few of the first PINGs\n"_s);
         QVERIFY(frame.receivedOfKind(ClientMessageKind::buttonSubscription).isEmpty());
+
+        // Tried again, the frame, which then answers no PING at all, fails the handshake.
+        frame.setAnsweringPings(true);
+        const ToolRun twice = runTool(quietly({u"dump"_s, u"--host"_s, host}));
+        QCOMPARE(twice.status, 3);
+        QCOMPARE(twice.err, u"quorvane-cli: heartbeat verification failed: the frame at 127.0.0.1 "
+                            u"answered too few of the first PINGs; then the frame at 127.0.0.1 "
+                            u"did not answer the handshake (tried 2 times)\n"_s);
+    }
+
+    void aSecondConnectAttemptAfterAFailedHeartbeatCheck()
+    {
+        FrameEmulator frame;
+        QVERIFY(startFrame(frame));
+        // The first attempt's PINGs go unanswered after its registration; the second attempt,
+        // starting with a SYNC to port 5000, finds the frame answering again.
+        bool failedOnce = false;
+        connect(&frame, &FrameEmulator::datagramReceived, &frame,
+                [&](const emulator::ReceivedDatagram& datagram) {
+                    if (datagram.message.kind == ClientMessageKind::secondSuiteRegistration &&
+                        !failedOnce) {
+                        failedOnce = true;
+                        frame.setAnsweringPings(false);
+                    } else if (datagram.message.kind == ClientMessageKind::sync &&
+                               datagram.localPort == 5000 && failedOnce) {
+                        frame.setAnsweringPings(true);
+                    }
+                });
+        const ToolRun run = runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"me1"_s});
+        QCOMPARE(run.status, 0);
+        QVERIFY(failedOnce);
+        QVERIFY(run.err.contains(u"[WARN] Connect attempt 1 of 2 failed: heartbeat verification "
+                                 u"failed: the frame at 127.0.0.1 answered too few of the first "
+                                 u"PINGs; trying again\n"_s));
+        QCOMPARE(withoutNames(readJson(run.out.toUtf8()).buttons),
+                 assignedOnFrame(frame, {Bus::me1}, 35));
     }
 
     void aStepThatTakesTooLong()
@@ -572,20 +550,20 @@ private Q_SLOTS:
         emulator::FrameEmulatorOptions options;
         options.faults.neverAnswerHandshake = true;
         FrameEmulator frame(options);
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         LinkTiming timing = quickTiming();
         timing.handshakeLimit = 30s; // the tool's own limit comes first
         const ToolRun run =
-            runTool(quietly({u"dump"_s, u"--host"_s, host, u"--timeout"_s, u"0.4"_s}), timing);
+            runTool(quietly({u"dump"_s, u"--host"_s, host, u"--timeout"_s, u"1"_s}), timing);
         QCOMPARE(run.status, 3);
         QCOMPARE(run.err, u"quorvane-cli: no complete answer from the frame at 127.0.0.1 within "
-                          u"0.4 s (it got as far as: Establishing handshake...)\n"_s);
+                          u"1 s (it got as far as: Establishing handshake...)\n"_s);
     }
 
     void backupAndRestore()
     {
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString backup = dir.filePath(u"studio-a.json"_s);
         QCOMPARE(

@@ -1,7 +1,8 @@
-// Telling a write the frame has taken from one it has only been sent: the cache entry a write
-// leaves must be replaced (or, for a cleared button, removed) by the frame's own data.
+// Telling a write the frame has taken from one it has only been sent: only a record of the
+// button that the frame sends after the write, carrying the written source, confirms it.
 #include "write_confirmations.h"
 
+#include <QHash>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -10,34 +11,37 @@ using namespace quorvane::cli;
 
 namespace {
 
-constexpr int count = 35;
-
 ShowButton button(Bus bus, int shift, int number, qint64 source)
 {
     return ShowButton{bus, shift, number, source, {}};
 }
 
-// What GVConnection::writeMapping does to its cache.
-void writeInto(MappingTable& mappings, const ShowButton& wanted)
-{
-    const QString key = mappingKey(wanted.bus, count, wanted.shift, wanted.button);
-    auto entry = mappings.find(key);
-    if (entry != mappings.end())
-        entry->source = wanted.source;
-    else
-        mappings.insert(key, ButtonMapping{QUuid::createUuid(), wanted.bus, wanted.shift,
-                                           wanted.button, wanted.source});
-}
+// The frame's answers as the connection numbers them.
+class FrameAnswers {
+public:
+    void report(Bus bus, int shift, int number, quint32 source)
+    {
+        m_last.insert(key(bus, shift, number), {++m_serial, source});
+    }
+    quint64 serial() const { return m_serial; }
+    AnswerLookup lookup() const
+    {
+        return [this](const ShowButton& b) -> std::optional<GVConnection::ButtonAnswerStamp> {
+            const auto found = m_last.constFind(key(b.bus, b.shift, b.button));
+            if (found == m_last.cend())
+                return std::nullopt;
+            return *found;
+        };
+    }
 
-// What the frame's button data does to it: a fresh record, or none for an unassigned button.
-void frameReports(MappingTable& mappings, Bus bus, int shift, int number, qint64 source)
-{
-    const QString key = mappingKey(bus, count, shift, number);
-    if (source == 0)
-        mappings.remove(key);
-    else
-        mappings.insert(key, ButtonMapping{QUuid::createUuid(), bus, shift, number, source});
-}
+private:
+    static QString key(Bus bus, int shift, int number)
+    {
+        return mappingKey(bus, 35, shift, number);
+    }
+    QHash<QString, GVConnection::ButtonAnswerStamp> m_last;
+    quint64 m_serial = 0;
+};
 
 } // namespace
 
@@ -45,117 +49,126 @@ class TestWriteConfirmations : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theWriteAloneConfirmsNothing()
+    void answersFromBeforeTheWriteConfirmNothing()
     {
-        MappingTable mappings;
-        frameReports(mappings, Bus::pgm, 1, 1, 7);
-        WriteConfirmations confirmations(count);
-        const ShowButton changed = button(Bus::pgm, 1, 1, 12); // entry kept, source replaced
-        const ShowButton fresh = button(Bus::me1, 2, 3, 40);   // new entry
-        const ShowButton cleared = button(Bus::aux, 4, 35, 0); // a 0 entry until the frame
-        for (const ShowButton& wanted : {changed, fresh, cleared}) {
-            writeInto(mappings, wanted);
-            confirmations.written(wanted, mappings);
-        }
-        confirmations.review(mappings);
+        FrameAnswers frame;
+        frame.report(Bus::pgm, 1, 1, 12); // already what will be written
+        frame.report(Bus::aux, 4, 35, 0);
+        WriteConfirmations confirmations;
+        confirmations.written(button(Bus::pgm, 1, 1, 12), frame.serial());
+        confirmations.written(button(Bus::aux, 4, 35, 0), frame.serial());
+        confirmations.written(button(Bus::me1, 2, 3, 40), frame.serial());
+        confirmations.review(frame.lookup());
         QCOMPARE(confirmations.confirmedCount(), 0);
         QCOMPARE(confirmations.unconfirmedCount(), 3);
-        QVERIFY(!confirmations.allConfirmed());
+        QVERIFY(!confirmations.allAnswered());
         for (const TrackedWrite& write : confirmations.writes()) {
             QCOMPARE(write.frameSource, std::nullopt);
-            QVERIFY(!write.confirmed);
+            QCOMPARE(write.sends, 1);
         }
     }
 
-    void theFramesRecordsConfirm()
+    void theFramesRecordsAfterTheWriteConfirm()
     {
-        MappingTable mappings;
-        frameReports(mappings, Bus::pgm, 1, 1, 7);
-        frameReports(mappings, Bus::aux, 4, 35, 9);
-        WriteConfirmations confirmations(count);
+        FrameAnswers frame;
+        WriteConfirmations confirmations;
         const QList<ShowButton> wanted{button(Bus::pgm, 1, 1, 12), button(Bus::me1, 2, 3, 40),
                                        button(Bus::aux, 4, 35, 0)};
-        for (const ShowButton& write : wanted) {
-            writeInto(mappings, write);
-            confirmations.written(write, mappings);
-        }
+        for (const ShowButton& write : wanted)
+            confirmations.written(write, frame.serial());
 
-        frameReports(mappings, Bus::pgm, 1, 1, 12);
-        confirmations.review(mappings);
+        frame.report(Bus::pgm, 1, 1, 12);
+        confirmations.review(frame.lookup());
         QCOMPARE(confirmations.confirmedCount(), 1);
         QVERIFY(confirmations.writes()[0].confirmed);
         QCOMPARE(confirmations.writes()[0].frameSource, 12);
 
-        frameReports(mappings, Bus::me1, 2, 3, 40);
-        frameReports(mappings, Bus::aux, 4, 35, 0);
-        confirmations.review(mappings);
+        frame.report(Bus::me1, 2, 3, 40);
+        frame.report(Bus::aux, 4, 35, 0); // a clear is confirmed by the record of source 0
+        confirmations.review(frame.lookup());
         QVERIFY(confirmations.allConfirmed());
-        QCOMPARE(confirmations.confirmedCount(), 3);
+        QVERIFY(confirmations.allAnswered());
         QCOMPARE(confirmations.writes()[2].frameSource, 0);
-        QCOMPARE(confirmations.writes()[2].wanted, wanted[2]);
+        QCOMPARE(confirmations.unconfirmed(), QList<ShowButton>());
     }
 
     void aFrameThatDisagreesDoesNotConfirm()
     {
-        MappingTable mappings;
-        WriteConfirmations confirmations(count);
+        FrameAnswers frame;
+        WriteConfirmations confirmations;
         const ShowButton wanted = button(Bus::me4, 3, 10, 501);
-        writeInto(mappings, wanted);
-        confirmations.written(wanted, mappings);
+        confirmations.written(wanted, frame.serial());
 
-        frameReports(mappings, Bus::me4, 3, 10, 77);
-        confirmations.review(mappings);
+        frame.report(Bus::me4, 3, 10, 77);
+        confirmations.review(frame.lookup());
         QVERIFY(!confirmations.writes()[0].confirmed);
+        QVERIFY(confirmations.allAnswered());
         QCOMPARE(confirmations.writes()[0].frameSource, 77);
+        QCOMPARE(confirmations.unconfirmed(), QList<ShowButton>{wanted});
 
         // Its latest word counts: a later record with the written source confirms.
-        frameReports(mappings, Bus::me4, 3, 10, 501);
-        confirmations.review(mappings);
+        frame.report(Bus::me4, 3, 10, 501);
+        confirmations.review(frame.lookup());
         QVERIFY(confirmations.allConfirmed());
 
         // And a still later one taking it back withdraws the confirmation.
-        frameReports(mappings, Bus::me4, 3, 10, 0);
-        confirmations.review(mappings);
+        frame.report(Bus::me4, 3, 10, 0);
+        confirmations.review(frame.lookup());
         QVERIFY(!confirmations.allConfirmed());
         QCOMPARE(confirmations.writes()[0].frameSource, 0);
     }
 
-    void aClearIsNotConfirmedByAnotherSource()
+    void writtenAgainOnlyLaterAnswersCount()
     {
-        MappingTable mappings;
-        frameReports(mappings, Bus::me2, 1, 5, 3);
-        WriteConfirmations confirmations(count);
+        FrameAnswers frame;
+        WriteConfirmations confirmations;
         const ShowButton wanted = button(Bus::me2, 1, 5, 0);
-        writeInto(mappings, wanted);
-        confirmations.written(wanted, mappings);
-        frameReports(mappings, Bus::me2, 1, 5, 3);
-        confirmations.review(mappings);
-        QVERIFY(!confirmations.allConfirmed());
+        confirmations.written(wanted, frame.serial());
+        frame.report(Bus::me2, 1, 5, 3);
+        confirmations.review(frame.lookup());
         QCOMPARE(confirmations.writes()[0].frameSource, 3);
+
+        confirmations.written(wanted, frame.serial());
+        confirmations.review(frame.lookup());
+        QCOMPARE(confirmations.writes().size(), 1);
+        QCOMPARE(confirmations.writes()[0].sends, 2);
+        QCOMPARE(confirmations.writes()[0].frameSource, std::nullopt);
+        QVERIFY(!confirmations.allAnswered());
+
+        frame.report(Bus::me2, 1, 5, 0);
+        confirmations.review(frame.lookup());
+        QVERIFY(confirmations.allConfirmed());
     }
 
-    void otherButtonsAndCountsDoNotCount()
+    void otherButtonsDoNotCount()
     {
-        MappingTable mappings;
-        WriteConfirmations confirmations(count);
-        const ShowButton wanted = button(Bus::pgm, 2, 2, 8);
-        writeInto(mappings, wanted);
-        confirmations.written(wanted, mappings);
-        frameReports(mappings, Bus::pgm, 2, 3, 8);
-        frameReports(mappings, Bus::me1, 2, 2, 8);
-        // The same button read at 20 buttons per row is another key.
-        mappings.insert(mappingKey(Bus::pgm, 20, 2, 2),
-                        ButtonMapping{QUuid::createUuid(), Bus::pgm, 2, 2, 8});
-        confirmations.review(mappings);
+        FrameAnswers frame;
+        WriteConfirmations confirmations;
+        confirmations.written(button(Bus::pgm, 2, 2, 8), frame.serial());
+        frame.report(Bus::pgm, 2, 3, 8);
+        frame.report(Bus::me1, 2, 2, 8);
+        confirmations.review(frame.lookup());
         QVERIFY(!confirmations.allConfirmed());
         QCOMPARE(confirmations.writes()[0].frameSource, std::nullopt);
     }
 
+    void aReservedAnswerIsNoConfirmation()
+    {
+        FrameAnswers frame;
+        WriteConfirmations confirmations;
+        confirmations.written(button(Bus::pgm, 1, 1, 0), frame.serial());
+        frame.report(Bus::pgm, 1, 1, 0xFFFFFFFF);
+        confirmations.review(frame.lookup());
+        QVERIFY(!confirmations.allConfirmed());
+        QCOMPARE(confirmations.writes()[0].frameSource, qint64{0xFFFFFFFF});
+    }
+
     void nothingWrittenIsAllConfirmed()
     {
-        WriteConfirmations confirmations(count);
-        confirmations.review({});
+        WriteConfirmations confirmations;
+        confirmations.review(FrameAnswers().lookup());
         QVERIFY(confirmations.allConfirmed());
+        QVERIFY(confirmations.allAnswered());
         QCOMPARE(confirmations.confirmedCount(), 0);
         QCOMPARE(confirmations.unconfirmedCount(), 0);
     }

@@ -1,6 +1,9 @@
 // One whole session with the protocol's own timings, as the application runs it.
 #include "link_fixture.h"
 
+#include <QElapsedTimer>
+#include <QSignalSpy>
+
 using namespace Qt::StringLiterals;
 using namespace quorvane;
 using namespace quorvane::test;
@@ -60,6 +63,56 @@ private Q_SLOTS:
         QCOMPARE(link.connection->frameName(), QString());
         QCOMPARE(link.connection->statusMessage(), u"Disconnected"_s);
         QCOMPARE(link.connection->currentBus(), Bus::pgm);
+    }
+
+    void firstVisitsToEveryBusKeepTheLink()
+    {
+        LinkFixture link({}, LinkTiming{});
+        QVERIFY(link.startFrame());
+        link.connection->connect(u"127.0.0.1"_s, 1, 35);
+        QTRY_COMPARE_WITH_TIMEOUT(link.connection->connectionState(), ConnectionState::connected,
+                                  15'000);
+        QSignalSpy linkChanges(link.connection.get(), &GVConnection::isConnectedChanged);
+
+        // An operator visiting every bus for the first time, one after the other: six loads
+        // that read the main socket for most of ten seconds.
+        for (Bus bus : {Bus::me1, Bus::me2, Bus::me3, Bus::me4, Bus::aux}) {
+            link.connection->changeBus(bus);
+            QCOMPARE(link.connection->isLoading(), true);
+            QTRY_COMPARE_WITH_TIMEOUT(link.connection->isLoading(), false, 10'000);
+            QVERIFY(link.connection->isConnected());
+            QCOMPARE(link.connection->unansweredButtons(bus, 35), QList<ButtonPosition>());
+        }
+        QCOMPARE(linkChanges.count(), 0);
+        QVERIFY(link.messages().filter(u"Heartbeat timeout"_s).isEmpty());
+        QCOMPARE(link.connection->subscribedModes().size(), 6);
+        QCOMPARE(link.connection->connectionState(), ConnectionState::connected);
+    }
+
+    void keepAlivePingsLeaveASecondApart()
+    {
+        LinkFixture link({}, LinkTiming{});
+        QElapsedTimer clock;
+        clock.start();
+        QList<qint64> pingTimes;
+        QObject::connect(&link.frame, &emulator::FrameEmulator::datagramReceived, &link.frame,
+                         [&](const emulator::ReceivedDatagram& datagram) {
+                             if (datagram.localPort == 5123 &&
+                                 datagram.message.kind == ClientMessageKind::ping) {
+                                 pingTimes.append(clock.elapsed());
+                             }
+                         });
+        QVERIFY(link.startFrame());
+        link.connection->connect(u"127.0.0.1"_s, 1, 35);
+        QTRY_COMPARE_WITH_TIMEOUT(link.connection->connectionState(), ConnectionState::connected,
+                                  15'000);
+        // Once the keep-alive runs, its PINGs are the only ones: watch five intervals.
+        const qsizetype first = pingTimes.size();
+        QTRY_VERIFY_WITH_TIMEOUT(pingTimes.size() >= first + 6, 10'000);
+        for (qsizetype i = first + 1; i < first + 6; ++i) {
+            const qint64 interval = pingTimes[i] - pingTimes[i - 1];
+            QVERIFY2(interval >= 980 && interval <= 1020, qPrintable(QString::number(interval)));
+        }
     }
 };
 

@@ -22,6 +22,7 @@ inline LinkTiming fastTiming()
     timing.batchListen = 2ms;
     timing.buttonsListen = 300ms;
     timing.buttonsListenSlice = 20ms;
+    timing.retryListen = 100ms;
     return timing;
 }
 
