@@ -11,6 +11,7 @@
 #include "link/gv_connection.h"
 #include "menus.h"
 #include "no_paste_line_edit.h"
+#include "project_info.h"
 #include "start_options.h"
 #include "window_geometry.h"
 
@@ -189,6 +190,44 @@ private Q_SLOTS:
                                     << 0 << 0 << false << false;
         QTest::newRow("unknown") << QStringList{u"--frobnicate"_s} << false << QString() << 0 << 0
                                  << false << false;
+    }
+
+    void helpAndVersionInsteadOfStarting_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<StartRequest>("request");
+        QTest::newRow("nothing") << QStringList{} << StartRequest::run;
+        QTest::newRow("--help") << QStringList{u"--help"_s} << StartRequest::help;
+        QTest::newRow("-h") << QStringList{u"-h"_s} << StartRequest::help;
+        QTest::newRow("--version") << QStringList{u"--version"_s} << StartRequest::version;
+        QTest::newRow("-v with others")
+            << QStringList{u"--demo"_s, u"-v"_s} << StartRequest::version;
+    }
+
+    void helpAndVersionInsteadOfStarting()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(StartRequest, request);
+        const ParsedStart parsed = parseStartOptions(QStringList{u"quorvane"_s} + arguments);
+        QVERIFY(parsed.error.isEmpty());
+        QCOMPARE(parsed.options.request, request);
+    }
+
+    void versionAgreesWithTheWindows()
+    {
+        QCOMPARE(startVersionText(), u"quorvane "_s + projectVersion);
+        QVERIFY2(startVersionText().startsWith(u"quorvane 0.9."_s), qPrintable(startVersionText()));
+    }
+
+    void helpListsTheUsersOptions()
+    {
+        const QString help = startHelpText();
+        for (const QString& option :
+             {u"--demo"_s, u"--host <address>"_s, u"--suite <n>"_s, u"--buttons <n>"_s,
+              u"--connect"_s, u"--help"_s, u"--version"_s}) {
+            QVERIFY2(help.contains(option), qPrintable(option));
+        }
+        QVERIFY(help.contains(u"Maps the source-select buttons of a K-Frame panel suite."_s));
     }
 
     void startOptions()
