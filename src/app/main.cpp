@@ -3,6 +3,7 @@
 #include "demo_frame.h"
 #include "diagnostics/debug_logger.h"
 #include "editing_model.h"
+#include "first_paint.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
 #include "project_info.h"
@@ -107,6 +108,12 @@ int main(int argc, char** argv)
     if (start.options.buttons)
         model.setSelectedButtonCount(*start.options.buttons);
 
+    if (start.options.reportFirstPaint) {
+        whenFirstPainted(window, [] {
+            std::fputs("quorvane: first paint\n", stdout);
+            std::fflush(stdout);
+        });
+    }
     window.show();
     QTimer::singleShot(100, &window, [&window] { window.setUpWindow(); });
     if (start.options.connect)

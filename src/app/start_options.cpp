@@ -11,6 +11,8 @@ namespace quorvane {
 
 namespace {
 
+const QString firstPaintOption = u"report-first-paint"_s;
+
 void declareOptions(QCommandLineParser& parser)
 {
     parser.setApplicationDescription(u"Maps the source-select buttons of a K-Frame panel suite."_s);
@@ -25,6 +27,10 @@ void declareOptions(QCommandLineParser& parser)
         {u"buttons"_s, u"Buttons per row: 15, 20, 25 or 35."_s, u"n"_s},
         {u"connect"_s, u"Connect at once."_s},
     });
+    // For the start-up benchmark, not for users.
+    QCommandLineOption firstPaint(firstPaintOption);
+    firstPaint.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOption(firstPaint);
 }
 
 } // namespace
@@ -45,6 +51,7 @@ ParsedStart parseStartOptions(const QStringList& arguments)
         options.request = StartRequest::version;
     options.demo = parser.isSet(u"demo"_s);
     options.connect = parser.isSet(u"connect"_s);
+    options.reportFirstPaint = parser.isSet(firstPaintOption);
     if (parser.isSet(u"host"_s))
         options.host = parser.value(u"host"_s);
     auto number = [&](const QString& name, auto valid) -> std::optional<int> {

@@ -12,11 +12,12 @@ enum class StartRequest { run, help, version };
 // How the program was asked to start.
 struct StartOptions {
     StartRequest request = StartRequest::run;
-    bool demo = false;           // run the emulated frame inside the program
-    std::optional<QString> host; // pre-fill the frame address
-    std::optional<int> suite;    // 1-4
-    std::optional<int> buttons;  // 15, 20, 25 or 35
-    bool connect = false;        // press Connect at start
+    bool demo = false;             // run the emulated frame inside the program
+    std::optional<QString> host;   // pre-fill the frame address
+    std::optional<int> suite;      // 1-4
+    std::optional<int> buttons;    // 15, 20, 25 or 35
+    bool connect = false;          // press Connect at start
+    bool reportFirstPaint = false; // print a line once the main window has painted
 };
 
 struct ParsedStart {

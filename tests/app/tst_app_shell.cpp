@@ -7,6 +7,7 @@
 #include "debug_log_panel.h"
 #include "diagnostics/debug_logger.h"
 #include "editing_model.h"
+#include "first_paint.h"
 #include "info_windows.h"
 #include "link/gv_connection.h"
 #include "menus.h"
@@ -47,6 +48,15 @@ QStringList texts(const QWidget* window)
         all.append(label->text());
     return all;
 }
+
+class PaintCounter : public QWidget {
+public:
+    using QWidget::QWidget;
+    int paints = 0;
+
+protected:
+    void paintEvent(QPaintEvent*) override { ++paints; }
+};
 
 } // namespace
 
@@ -169,6 +179,26 @@ private Q_SLOTS:
                                             u"Made with ❤️ by Merrowin"_s}));
     }
 
+    void firstPaintIsReportedOnceWithTheWholeWindowPainted()
+    {
+        QWidget window;
+        auto* inner = new PaintCounter(&window);
+        inner->resize(50, 50);
+        int reports = 0;
+        int innerPaintsWhenReported = 0;
+        whenFirstPainted(window, [&] {
+            ++reports;
+            innerPaintsWhenReported = inner->paints;
+        });
+        QCOMPARE(reports, 0);
+        window.show();
+        QTRY_COMPARE(reports, 1);
+        QVERIFY(innerPaintsWhenReported >= 1);
+        window.repaint();
+        QCoreApplication::processEvents();
+        QCOMPARE(reports, 1);
+    }
+
     void startOptions_data()
     {
         QTest::addColumn<QStringList>("arguments");
@@ -228,6 +258,10 @@ private Q_SLOTS:
             QVERIFY2(help.contains(option), qPrintable(option));
         }
         QVERIFY(help.contains(u"Maps the source-select buttons of a K-Frame panel suite."_s));
+        // The benchmark's switch is for the benchmark.
+        QVERIFY(!help.contains(u"first-paint"_s));
+        QVERIFY(
+            parseStartOptions({u"quorvane"_s, u"--report-first-paint"_s}).options.reportFirstPaint);
     }
 
     void startOptions()
