@@ -1,5 +1,6 @@
 #include "info_windows.h"
 
+#include "project_info.h"
 #include "window_style.h"
 
 #include <QGridLayout>
@@ -15,7 +16,7 @@ namespace quorvane {
 
 namespace {
 
-const QString version = u"Version 0.9 Beta"_s;
+const QString version = u"Version "_s + projectVersionMajorMinor + u" Beta"_s;
 
 QLabel* label(const QString& text, int pointSize = 0, bool bold = false)
 {

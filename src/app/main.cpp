@@ -3,8 +3,10 @@
 #include "demo_frame.h"
 #include "diagnostics/debug_logger.h"
 #include "editing_model.h"
+#include "first_paint.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
+#include "project_info.h"
 #include "start_options.h"
 #include "window_style.h"
 
@@ -42,18 +44,47 @@ void useDarkLook(QApplication& app)
     app.setPalette(dark);
 }
 
+QStringList commandLine(int argc, char** argv)
+{
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    return arguments;
+}
+
+int describeProgram(StartRequest request)
+{
+    QString text = request == StartRequest::help ? startHelpText() : startVersionText();
+    if (!text.endsWith(u'\n'))
+        text += u'\n';
+    std::fputs(text.toLocal8Bit().constData(), stdout);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    // --help and --version need no window system, so they work without a display. Qt's own
+    // options (-platform …) are only understood once QApplication has taken them out: with those
+    // on the command line, the answer comes after it.
+    if (const ParsedStart early = parseStartOptions(commandLine(argc, argv));
+        early.error.isEmpty() && early.options.request != StartRequest::run) {
+        const QCoreApplication app(argc, argv);
+        return describeProgram(early.options.request);
+    }
+
     QApplication app(argc, argv);
     QApplication::setApplicationName(u"Quorvane"_s);
     QApplication::setOrganizationName(u"Quorvane"_s);
+    QGuiApplication::setDesktopFileName(desktopId.toString());
     const ParsedStart start = parseStartOptions(QApplication::arguments());
     if (!start.error.isEmpty()) {
         std::fprintf(stderr, "quorvane: %s\n", qPrintable(start.error));
         return 2;
     }
+    if (start.options.request != StartRequest::run)
+        return describeProgram(start.options.request);
     useDarkLook(app);
 
     QSettings preferences;
@@ -77,6 +108,12 @@ int main(int argc, char** argv)
     if (start.options.buttons)
         model.setSelectedButtonCount(*start.options.buttons);
 
+    if (start.options.reportFirstPaint) {
+        whenFirstPainted(window, [] {
+            std::fputs("quorvane: first paint\n", stdout);
+            std::fflush(stdout);
+        });
+    }
     window.show();
     QTimer::singleShot(100, &window, [&window] { window.setUpWindow(); });
     if (start.options.connect)

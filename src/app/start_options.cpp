@@ -1,6 +1,7 @@
 #include "start_options.h"
 
 #include "model/button_address.h"
+#include "project_info.h"
 
 #include <QCommandLineParser>
 
@@ -8,11 +9,17 @@ using namespace Qt::StringLiterals;
 
 namespace quorvane {
 
-ParsedStart parseStartOptions(const QStringList& arguments)
+namespace {
+
+const QString firstPaintOption = u"report-first-paint"_s;
+
+void declareOptions(QCommandLineParser& parser)
 {
-    QCommandLineParser parser;
     parser.setApplicationDescription(u"Maps the source-select buttons of a K-Frame panel suite."_s);
-    parser.addHelpOption();
+    // Not addHelpOption(): its --help-all promises a list of Qt's own options, which this
+    // program does not print.
+    parser.addOption({{u"h"_s, u"help"_s}, u"Displays help on commandline options."_s});
+    parser.addVersionOption();
     parser.addOptions({
         {u"demo"_s, u"Start the built-in demo frame (an emulated K-Frame on 127.0.0.1)."_s},
         {u"host"_s, u"The frame's IPv4 address."_s, u"address"_s},
@@ -20,14 +27,31 @@ ParsedStart parseStartOptions(const QStringList& arguments)
         {u"buttons"_s, u"Buttons per row: 15, 20, 25 or 35."_s, u"n"_s},
         {u"connect"_s, u"Connect at once."_s},
     });
+    // For the start-up benchmark, not for users.
+    QCommandLineOption firstPaint(firstPaintOption);
+    firstPaint.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOption(firstPaint);
+}
+
+} // namespace
+
+ParsedStart parseStartOptions(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    declareOptions(parser);
     ParsedStart parsed;
     if (!parser.parse(arguments)) {
         parsed.error = parser.errorText();
         return parsed;
     }
     StartOptions& options = parsed.options;
+    if (parser.isSet(u"help"_s))
+        options.request = StartRequest::help;
+    else if (parser.isSet(u"version"_s))
+        options.request = StartRequest::version;
     options.demo = parser.isSet(u"demo"_s);
     options.connect = parser.isSet(u"connect"_s);
+    options.reportFirstPaint = parser.isSet(firstPaintOption);
     if (parser.isSet(u"host"_s))
         options.host = parser.value(u"host"_s);
     auto number = [&](const QString& name, auto valid) -> std::optional<int> {
@@ -44,6 +68,18 @@ ParsedStart parseStartOptions(const QStringList& arguments)
     options.suite = number(u"suite"_s, [](int n) { return n >= 1 && n <= 4; });
     options.buttons = number(u"buttons"_s, [](int n) { return isSupportedButtonCount(n); });
     return parsed;
+}
+
+QString startHelpText()
+{
+    QCommandLineParser parser;
+    declareOptions(parser);
+    return parser.helpText();
+}
+
+QString startVersionText()
+{
+    return u"quorvane "_s + projectVersion;
 }
 
 } // namespace quorvane

@@ -6,13 +6,18 @@
 
 namespace quorvane {
 
+// What the command line asks of the program: to run, or only to describe itself.
+enum class StartRequest { run, help, version };
+
 // How the program was asked to start.
 struct StartOptions {
-    bool demo = false;           // run the emulated frame inside the program
-    std::optional<QString> host; // pre-fill the frame address
-    std::optional<int> suite;    // 1-4
-    std::optional<int> buttons;  // 15, 20, 25 or 35
-    bool connect = false;        // press Connect at start
+    StartRequest request = StartRequest::run;
+    bool demo = false;             // run the emulated frame inside the program
+    std::optional<QString> host;   // pre-fill the frame address
+    std::optional<int> suite;      // 1-4
+    std::optional<int> buttons;    // 15, 20, 25 or 35
+    bool connect = false;          // press Connect at start
+    bool reportFirstPaint = false; // print a line once the main window has painted
 };
 
 struct ParsedStart {
@@ -20,6 +25,13 @@ struct ParsedStart {
     QString error; // a line for the user when the arguments make no sense
 };
 
+// Needs no application object, so the program can look at its arguments before it decides
+// whether to open the window system.
 ParsedStart parseStartOptions(const QStringList& arguments);
+
+// The text of --help and of --version. The help's usage line names the program, so it needs
+// the application object.
+QString startHelpText();
+QString startVersionText();
 
 } // namespace quorvane

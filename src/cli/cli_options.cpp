@@ -1,6 +1,7 @@
 #include "cli_options.h"
 
 #include "host_address.h"
+#include "project_info.h"
 
 #include <QCommandLineParser>
 #include <algorithm>
@@ -169,6 +170,7 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
     QCommandLineParser parser;
     // The help text is written by hand (helpText()); the parser only reads the words.
     const QCommandLineOption help({u"h"_s, u"help"_s}, QString());
+    const QCommandLineOption version(u"version"_s, QString());
     const QCommandLineOption host(u"host"_s, QString(), u"ADDRESS"_s);
     const QCommandLineOption suite(u"suite"_s, QString(), u"N"_s);
     const QCommandLineOption buttons(u"buttons"_s, QString(), u"N"_s);
@@ -182,13 +184,15 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
     const QCommandLineOption listedOnly(u"listed-only"_s, QString());
     const QCommandLineOption quiet({u"q"_s, u"quiet"_s}, QString());
     const QCommandLineOption verbose({u"v"_s, u"verbose"_s}, QString());
-    parser.addOptions({help, host, suite, buttons, bus, timeout, retries, connectAttempts, format,
-                       output, dryRun, listedOnly, quiet, verbose});
+    parser.addOptions({help, version, host, suite, buttons, bus, timeout, retries,
+                       connectAttempts, format, output, dryRun, listedOnly, quiet, verbose});
 
     if (!parser.parse(QStringList{u"quorvane-cli"_s} + arguments))
         return usageError(parser.errorText() + u" (see --help)"_s);
     if (parser.isSet(help))
         return CliStop{ExitCode::ok, helpText(), true};
+    if (parser.isSet(version))
+        return CliStop{ExitCode::ok, u"quorvane-cli "_s + projectVersion, true};
 
     CliOptions options;
     std::optional<QString> problem =

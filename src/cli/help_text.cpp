@@ -40,6 +40,7 @@ Options (every command):
   -q, --quiet        No log on standard error; errors are still reported.
   -v, --verbose      The log with every datagram in hexadecimal.
   -h, --help         This text.
+  --version          The program's name and version.
 
 Options of one command:
   -o, --output FILE  dump: write the show file to FILE instead of standard output.

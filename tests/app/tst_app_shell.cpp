@@ -7,10 +7,12 @@
 #include "debug_log_panel.h"
 #include "diagnostics/debug_logger.h"
 #include "editing_model.h"
+#include "first_paint.h"
 #include "info_windows.h"
 #include "link/gv_connection.h"
 #include "menus.h"
 #include "no_paste_line_edit.h"
+#include "project_info.h"
 #include "start_options.h"
 #include "window_geometry.h"
 
@@ -46,6 +48,15 @@ QStringList texts(const QWidget* window)
         all.append(label->text());
     return all;
 }
+
+class PaintCounter : public QWidget {
+public:
+    using QWidget::QWidget;
+    int paints = 0;
+
+protected:
+    void paintEvent(QPaintEvent*) override { ++paints; }
+};
 
 } // namespace
 
@@ -168,6 +179,26 @@ private Q_SLOTS:
                                             u"Made with ❤️ by Merrowin"_s}));
     }
 
+    void firstPaintIsReportedOnceWithTheWholeWindowPainted()
+    {
+        QWidget window;
+        auto* inner = new PaintCounter(&window);
+        inner->resize(50, 50);
+        int reports = 0;
+        int innerPaintsWhenReported = 0;
+        whenFirstPainted(window, [&] {
+            ++reports;
+            innerPaintsWhenReported = inner->paints;
+        });
+        QCOMPARE(reports, 0);
+        window.show();
+        QTRY_COMPARE(reports, 1);
+        QVERIFY(innerPaintsWhenReported >= 1);
+        window.repaint();
+        QCoreApplication::processEvents();
+        QCOMPARE(reports, 1);
+    }
+
     void startOptions_data()
     {
         QTest::addColumn<QStringList>("arguments");
@@ -189,6 +220,48 @@ private Q_SLOTS:
                                     << 0 << 0 << false << false;
         QTest::newRow("unknown") << QStringList{u"--frobnicate"_s} << false << QString() << 0 << 0
                                  << false << false;
+    }
+
+    void helpAndVersionInsteadOfStarting_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<StartRequest>("request");
+        QTest::newRow("nothing") << QStringList{} << StartRequest::run;
+        QTest::newRow("--help") << QStringList{u"--help"_s} << StartRequest::help;
+        QTest::newRow("-h") << QStringList{u"-h"_s} << StartRequest::help;
+        QTest::newRow("--version") << QStringList{u"--version"_s} << StartRequest::version;
+        QTest::newRow("-v with others")
+            << QStringList{u"--demo"_s, u"-v"_s} << StartRequest::version;
+    }
+
+    void helpAndVersionInsteadOfStarting()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(StartRequest, request);
+        const ParsedStart parsed = parseStartOptions(QStringList{u"quorvane"_s} + arguments);
+        QVERIFY(parsed.error.isEmpty());
+        QCOMPARE(parsed.options.request, request);
+    }
+
+    void versionAgreesWithTheWindows()
+    {
+        QCOMPARE(startVersionText(), u"quorvane "_s + projectVersion);
+        QVERIFY2(startVersionText().startsWith(u"quorvane 0.9."_s), qPrintable(startVersionText()));
+    }
+
+    void helpListsTheUsersOptions()
+    {
+        const QString help = startHelpText();
+        for (const QString& option :
+             {u"--demo"_s, u"--host <address>"_s, u"--suite <n>"_s, u"--buttons <n>"_s,
+              u"--connect"_s, u"--help"_s, u"--version"_s}) {
+            QVERIFY2(help.contains(option), qPrintable(option));
+        }
+        QVERIFY(help.contains(u"Maps the source-select buttons of a K-Frame panel suite."_s));
+        // The benchmark's switch is for the benchmark.
+        QVERIFY(!help.contains(u"first-paint"_s));
+        QVERIFY(
+            parseStartOptions({u"quorvane"_s, u"--report-first-paint"_s}).options.reportFirstPaint);
     }
 
     void startOptions()

@@ -1,7 +1,9 @@
 // Reading the command line: defaults, refusals with one clear reason, and the help text.
 #include "cli_options.h"
 #include "host_address.h"
+#include "project_info.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -166,6 +168,28 @@ private Q_SLOTS:
               u"--listed-only"_s, u"--dry-run"_s}) {
             QVERIFY2(stop->text.contains(part), qPrintable(part));
         }
+    }
+
+    void versionGoesToStandardOutput_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("alone") << QStringList{u"--version"_s};
+        QTest::newRow("after a command") << QStringList{u"apply"_s, u"--version"_s};
+    }
+
+    void versionGoesToStandardOutput()
+    {
+        QFETCH(QStringList, arguments);
+        const auto result = parseCliOptions(arguments);
+        const CliStop* stop = std::get_if<CliStop>(&result);
+        QVERIFY(stop);
+        QCOMPARE(stop->code, ExitCode::ok);
+        QVERIFY(stop->toOutput);
+        QCOMPARE(stop->text, u"quorvane-cli "_s + projectVersion);
+        QVERIFY2(
+            QRegularExpression(u"^quorvane-cli \\d+\\.\\d+\\.\\d+$"_s).match(stop->text).hasMatch(),
+            qPrintable(stop->text));
+        QVERIFY(helpText().contains(u"  --version "_s));
     }
 
     void dottedAddresses_data()
