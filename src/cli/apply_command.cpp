@@ -37,14 +37,18 @@ QString countText(qsizetype count, const QString& one, const QString& many)
 
 // Writes `buttons` in groups; stops early when the link is lost.
 QCoro::Task<> writeAll(GVConnection& link, const QList<ShowButton>& buttons,
-                       WriteConfirmations& confirmations, std::chrono::milliseconds groupPause)
+                       WriteConfirmations& confirmations, std::chrono::milliseconds groupPause,
+                       Console& console)
 {
     for (qsizetype i = 0; i < buttons.size() && link.isConnected(); ++i) {
         const ShowButton& wanted = buttons[i];
         confirmations.written(wanted, link.answerSerial());
         link.writeMapping(wanted.bus, wanted.shift, wanted.button, static_cast<int>(wanted.source));
-        if ((i + 1) % writesPerGroup == 0)
+        if ((i + 1) % writesPerGroup == 0) {
+            console.progress(u"Writing … "_s + QString::number(i + 1) + u'/' +
+                             QString::number(buttons.size()) + u" buttons"_s);
             co_await pauseFor(groupPause);
+        }
     }
 }
 } // namespace
@@ -81,15 +85,19 @@ QCoro::Task<ExitCode> runApply(CliOptions options, CommandContext context)
                 u" of "_s + QString::number(options.retries) + u')');
         }
         session.setActivity(u"writing"_s);
-        co_await writeAll(link, toWrite, confirmations, context.timing.batchListen);
+        co_await writeAll(link, toWrite, confirmations, context.timing.batchListen,
+                          context.console);
         session.setActivity(u"waiting for the writes to be confirmed"_s);
         const bool lastRound = round == options.retries;
         const QDeadlineTimer roundEnd =
             lastRound ? deadline : std::min(deadline, QDeadlineTimer(context.timing.buttonsListen));
-        const auto answered = [&link, &confirmations, &lastAnswer] {
+        const auto answered = [&link, &confirmations, &lastAnswer, &context] {
             if (!link.isConnected())
                 return true;
             confirmations.review(lastAnswer);
+            context.console.progress(u"Confirmed … "_s +
+                                     QString::number(confirmations.confirmedCount()) + u'/' +
+                                     QString::number(confirmations.writes().size()) + u" writes"_s);
             return confirmations.allAnswered();
         };
         co_await waitUntil(link, answered, roundEnd);
@@ -105,16 +113,15 @@ QCoro::Task<ExitCode> runApply(CliOptions options, CommandContext context)
     context.console.result(u"applied "_s + QString::number(written) + u", confirmed "_s +
                            QString::number(confirmations.confirmedCount()) + u", unconfirmed "_s +
                            QString::number(confirmations.unconfirmedCount()));
-    const std::optional<QString> lost = session.linkProblem();
+    const qsizetype notWritten = comparison.differences.size() - written;
+    const std::optional<QString> lost = session.linkProblem(
+        notWritten > 0
+            ? countText(notWritten, u"button was"_s, u"buttons were"_s) + u" not written"_s
+            : QString());
     session.close();
 
     if (lost) {
-        const qsizetype notWritten = comparison.differences.size() - written;
-        QString message = *lost;
-        if (notWritten > 0)
-            message += u"; "_s + countText(notWritten, u"button was"_s, u"buttons were"_s) +
-                       u" not written"_s;
-        context.console.error(message);
+        context.console.error(*lost);
         co_return ExitCode::connectionFailed;
     }
     if (!confirmations.allConfirmed()) {
@@ -123,7 +130,8 @@ QCoro::Task<ExitCode> runApply(CliOptions options, CommandContext context)
             countText(written, u"write"_s, u"writes"_s) +
             u" not confirmed by the frame, each written up to "_s +
             QString::number(options.retries + 1) + u" times within "_s +
-            QString::number(static_cast<double>(options.timeout.count()) / 1000.0) + u" s"_s);
+            QString::number(static_cast<double>(options.timeout.count()) / 1000.0) +
+            u" s; run apply again, or look at these buttons on the frame"_s);
         co_return ExitCode::differ;
     }
     co_return ExitCode::ok;

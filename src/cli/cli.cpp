@@ -1,15 +1,28 @@
 #include "cli.h"
 
 #include "commands.h"
+#include "diagnostics/debug_logger.h"
 #include "log_relay.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
 namespace quorvane::cli {
 
+namespace {
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using LogFile = std::unique_ptr<std::FILE, CloseFile>;
+} // namespace
+
 QCoro::Task<int> runCli(QStringList arguments, CliContext context)
 {
-    Console console(context.out, context.err);
+    Console console(context.out, context.err, context.errIsTerminal);
     const std::variant<CliOptions, CliStop> parsed = parseCliOptions(arguments);
     if (const CliStop* stop = std::get_if<CliStop>(&parsed)) {
         if (stop->toOutput)
@@ -29,8 +42,23 @@ QCoro::Task<int> runCli(QStringList arguments, CliContext context)
         co_return exitStatus(ExitCode::usage);
     }
 
-    LogRelay relay(context.logger, context.err, options.logDetail);
-    console.setRelay(&relay);
+    // The log goes where it was asked to, every line as it is written; by default nowhere.
+    LogFile logFile;
+    if (!options.logFile.isEmpty()) {
+        logFile.reset(std::fopen(options.logFile.toLocal8Bit().constData(), "w"));
+        if (!logFile) {
+            console.error(u"cannot write the log to "_s + options.logFile + u": "_s +
+                          QString::fromLocal8Bit(std::strerror(errno)) +
+                          u"; choose another --log file"_s);
+            co_return exitStatus(ExitCode::usage);
+        }
+    }
+    context.logger.setEcho(logFile.get());
+    std::unique_ptr<LogRelay> relay;
+    if (options.verbose)
+        relay = std::make_unique<LogRelay>(context.logger, console);
+    console.setQuiet(options.quiet);
+
     const CommandContext command{console, context.logger, context.timing};
     ExitCode code = ExitCode::ok;
     switch (options.command) {
@@ -44,7 +72,8 @@ QCoro::Task<int> runCli(QStringList arguments, CliContext context)
         code = co_await runApply(options, command);
         break;
     }
-    relay.flush();
+    relay.reset();
+    context.logger.setEcho(nullptr);
     co_return exitStatus(code);
 }
 

@@ -21,10 +21,11 @@ struct CliContext {
     QIODevice& err;
     DebugLogger& logger;
     LinkTiming timing;
+    bool errIsTerminal = false; // progress is shown in place on a terminal only
 };
 
 // Runs one command line (without the program name) on the running event loop and returns the
-// exit status. The logger's echo is taken over for the run: its lines go to `err`.
+// exit status. The logger's echo is taken over for the run: to the --log file, or nowhere.
 QCoro::Task<int> runCli(QStringList arguments, CliContext context);
 
 } // namespace quorvane::cli

@@ -184,8 +184,9 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
     const QCommandLineOption listedOnly(u"listed-only"_s, QString());
     const QCommandLineOption quiet({u"q"_s, u"quiet"_s}, QString());
     const QCommandLineOption verbose({u"v"_s, u"verbose"_s}, QString());
-    parser.addOptions({help, version, host, suite, buttons, bus, timeout, retries,
-                       connectAttempts, format, output, dryRun, listedOnly, quiet, verbose});
+    const QCommandLineOption logFile(u"log"_s, QString(), u"FILE"_s);
+    parser.addOptions({help, version, host, suite, buttons, bus, timeout, retries, connectAttempts,
+                       format, output, dryRun, listedOnly, quiet, verbose, logFile});
 
     if (!parser.parse(QStringList{u"quorvane-cli"_s} + arguments))
         return usageError(parser.errorText() + u" (see --help)"_s);
@@ -219,8 +220,6 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
     }
     if (!problem && parser.isSet(format))
         problem = readFormat(parser.values(format).last(), options);
-    if (!problem && parser.isSet(quiet) && parser.isSet(verbose))
-        problem = u"--quiet and --verbose contradict each other"_s;
     if (problem)
         return usageError(*problem);
 
@@ -228,10 +227,13 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
         options.output = parser.values(output).last();
     if (options.command == Command::dump && options.output.isEmpty() && parser.isSet(output))
         return usageError(u"-o/--output needs a file name"_s);
-    if (parser.isSet(quiet))
-        options.logDetail = LogDetail::none;
-    else if (parser.isSet(verbose))
-        options.logDetail = LogDetail::hex;
+    options.quiet = parser.isSet(quiet);
+    options.verbose = parser.isSet(verbose);
+    if (parser.isSet(logFile)) {
+        options.logFile = parser.values(logFile).last();
+        if (options.logFile.isEmpty())
+            return usageError(u"--log needs a file name"_s);
+    }
     return options;
 }
 

@@ -17,12 +17,6 @@ enum class Command { dump, diff, apply };
 
 enum class ShowFormat { json, csv };
 
-enum class LogDetail {
-    none,   // --quiet
-    normal, // every line but the hex dumps of datagrams
-    hex,    // --verbose
-};
-
 // The command line once it has been checked. Values the user left out are empty: their defaults
 // depend on the show file, which is only read later.
 struct CliOptions {
@@ -39,7 +33,9 @@ struct CliOptions {
     QString output; // dump: where to write; empty for standard output
     bool dryRun = false;
     bool listedOnly = false;
-    LogDetail logDetail = LogDetail::normal;
+    bool quiet = false;   // no progress, no summary
+    bool verbose = false; // the whole log on standard error
+    QString logFile;      // the whole log to this file
 };
 
 // The command line could not be used, or asked for help: what to print, where, and how to end.

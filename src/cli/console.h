@@ -9,18 +9,25 @@ namespace quorvane::cli {
 
 class LogRelay;
 
-// Where a command prints: the result to standard output, errors to standard error. Each print
-// first lets the log catch up, so that what the user reads keeps the order of events.
+// Where a command prints. Standard output carries the result alone; standard error carries
+// errors, progress and the closing summary for the person at the terminal.
+//
+// On a terminal, progress is one line rewritten in place ("Loading ME2 … 84/140 buttons");
+// elsewhere only its milestones appear, as plain lines without control characters. Each print
+// first lets the log catch up and clears the progress line, so that what the user reads keeps
+// the order of events.
 class Console {
 public:
-    Console(QIODevice& out, QIODevice& err, LogRelay* relay = nullptr)
+    Console(QIODevice& out, QIODevice& err, bool errIsTerminal)
         : m_out(out)
         , m_err(err)
-        , m_relay(relay)
+        , m_errIsTerminal(errIsTerminal)
     {
     }
 
     void setRelay(LogRelay* relay) { m_relay = relay; }
+    // No progress and no summary: only the result and the errors.
+    void setQuiet(bool quiet) { m_quiet = quiet; }
 
     // One line of the result.
     void result(const QString& line);
@@ -28,13 +35,24 @@ public:
     void resultBytes(const QByteArray& bytes);
     // "quorvane-cli: <message>" on standard error.
     void error(const QString& message);
+    // Where a long step has got to: shown in place on a terminal, left out elsewhere.
+    void progress(const QString& text);
+    // A milestone or the summary: a line of its own on standard error.
+    void note(const QString& text);
+    // A line of the log, as the relay passes it on.
+    void logLine(const QString& line);
 
 private:
     void flushLog();
+    void clearProgress();
+    void writeError(const QString& line);
 
     QIODevice& m_out;
     QIODevice& m_err;
-    LogRelay* m_relay;
+    bool m_errIsTerminal;
+    LogRelay* m_relay = nullptr;
+    bool m_quiet = false;
+    QString m_shownProgress; // the line shown in place, empty when none
 };
 
 } // namespace quorvane::cli

@@ -8,6 +8,7 @@
 #include "show_io.h"
 #include "unknown_report.h"
 
+#include <QElapsedTimer>
 #include <QSaveFile>
 
 using namespace Qt::StringLiterals;
@@ -35,12 +36,14 @@ QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context)
         file = std::make_unique<QSaveFile>(options.output);
         if (!file->open(QIODevice::WriteOnly)) {
             context.console.error(u"cannot write "_s + options.output + u": "_s +
-                                  file->errorString());
+                                  file->errorString() + u"; choose another place with -o"_s);
             co_return ExitCode::usage;
         }
     }
 
-    FrameSession session(context.logger, context.timing, patienceOf(options));
+    QElapsedTimer took;
+    took.start();
+    FrameSession session(context.logger, context.timing, patienceOf(options), &context.console);
     if (std::optional<QString> failed = co_await session.open(target, buses)) {
         context.console.error(*failed);
         co_return ExitCode::connectionFailed;
@@ -72,12 +75,18 @@ QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context)
     if (!file) {
         context.console.resultBytes(bytes);
     } else if (file->write(bytes) != bytes.size() || !file->commit()) {
-        context.console.error(u"cannot write "_s + options.output + u": "_s + file->errorString());
+        context.console.error(u"cannot write "_s + options.output + u": "_s + file->errorString() +
+                              u"; choose another place with -o"_s);
         co_return ExitCode::usage;
     }
-    context.logger.info(u"dump: "_s + QString::number(show.buttons.size()) +
-                        u" assigned buttons on "_s + busList(buses) + u" written to "_s +
-                        (options.output.isEmpty() ? u"standard output"_s : options.output));
+    const QString summary =
+        (options.output.isEmpty() ? u"Dumped "_s : u"Wrote "_s + options.output + u": "_s) +
+        QString::number(show.buttons.size()) + u" assigned of "_s +
+        QString::number(qsizetype(buses.size()) * shiftRowCount * target.buttonCount) +
+        u" buttons on "_s + busList(buses) + u" in "_s +
+        QString::number(double(took.elapsed()) / 1000.0, 'f', 1) + u" s"_s;
+    context.logger.info(u"dump: "_s + summary);
+    context.console.note(summary);
     co_return ExitCode::ok;
 }
 

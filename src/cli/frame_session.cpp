@@ -1,6 +1,7 @@
 #include "frame_session.h"
 
 #include "connection_wait.h"
+#include "console.h"
 #include "diagnostics/debug_logger.h"
 #include "model/show_file.h"
 
@@ -18,13 +19,57 @@ QString secondsText(std::chrono::milliseconds duration)
 } // namespace
 
 FrameSession::FrameSession(DebugLogger& logger, const LinkTiming& timing,
-                           const SessionPatience& patience)
+                           const SessionPatience& patience, Console* console)
     : m_preferences(m_preferencesDir.filePath(u"preferences.ini"_s), QSettings::IniFormat)
     , m_connection(std::make_unique<GVConnection>(m_preferences, logger))
     , m_patience(patience)
+    , m_console(console)
 {
     m_connection->setTiming(timing);
     m_connection->setAnswerRetries(patience.answerRetries);
+    if (m_console) {
+        GVConnection* link = m_connection.get();
+        QObject::connect(link, &GVConnection::statusMessageChanged, link,
+                         [this] { showProgress(); });
+        QObject::connect(link, &GVConnection::buttonsAnswered, link, [this] { showProgress(); });
+    }
+}
+
+void FrameSession::showProgress()
+{
+    const GVConnection& link = *m_connection;
+    const bool loadingButtons = link.connectionState() == ConnectionState::loadingButtons ||
+                                (link.isConnected() && link.isLoading());
+    QString text = link.statusMessage();
+    bool finished = false;
+    if (m_loadingBus && loadingButtons) {
+        const int count = link.buttonCount();
+        const qsizetype total = shiftRowCount * count;
+        const qsizetype answered = total - link.unansweredButtons(*m_loadingBus, count).size();
+        text = u"Loading "_s + busName(*m_loadingBus) + u" … "_s + QString::number(answered) +
+               u'/' + QString::number(total) + u" buttons"_s;
+        finished = answered == total;
+    }
+    // A line rewritten a few times a second is as much as anyone reads; the last count of a
+    // bus is always shown.
+    constexpr qint64 progressIntervalMs = 50;
+    if (!finished && m_sinceProgress.isValid() && m_sinceProgress.elapsed() < progressIntervalMs)
+        return;
+    m_sinceProgress.start();
+    m_console->progress(text);
+}
+
+void FrameSession::noteLoaded(Bus bus)
+{
+    if (!m_console)
+        return;
+    const int count = m_connection->buttonCount();
+    const qsizetype total = shiftRowCount * count;
+    const qsizetype missing = m_connection->unansweredButtons(bus, count).size();
+    m_console->note(
+        u"Loaded "_s + busName(bus) + u": "_s + QString::number(total - missing) + u'/' +
+        QString::number(total) + u" buttons"_s +
+        (missing == 0 ? QString() : u" ("_s + QString::number(missing) + u" did not answer)"_s));
 }
 
 FrameSession::~FrameSession()
@@ -50,20 +95,29 @@ QCoro::Task<std::optional<QString>> FrameSession::open(SessionTarget target, QLi
         if (!failed->worthAnotherAttempt || attempt == attempts) {
             co_return reasons.join(u"; then "_s) +
                 (attempt == 1 ? QString()
-                              : u" (tried "_s + QString::number(attempt) + u" times)"_s);
+                              : u" (tried "_s + QString::number(attempt) + u" times)"_s) +
+                u"; "_s + failed->nextStep;
         }
-        logger.warn(u"Connect attempt "_s + QString::number(attempt) + u" of "_s +
-                    QString::number(attempts) + u" failed: "_s + failed->reason +
-                    u"; trying again"_s);
+        const QString retry = u"Connect attempt "_s + QString::number(attempt) + u" of "_s +
+                              QString::number(attempts) + u" failed: "_s + failed->reason +
+                              u"; trying again"_s;
+        logger.warn(retry);
+        if (m_console)
+            m_console->note(retry);
     }
+    if (m_console)
+        m_console->note(m_connection->statusMessage());
     if (std::optional<QString> lost = co_await checkAliveAfterSilence(buses.first()))
         co_return lost;
+    noteLoaded(buses.first());
     for (qsizetype i = 1; i < buses.size(); ++i) {
         if (std::optional<QString> failed = co_await load(buses[i]))
             co_return failed;
         if (std::optional<QString> lost = co_await checkAliveAfterSilence(buses[i]))
             co_return lost;
+        noteLoaded(buses[i]);
     }
+    m_loadingBus.reset();
     co_return std::nullopt;
 }
 
@@ -72,6 +126,7 @@ QCoro::Task<std::optional<FrameSession::ConnectFailure>> FrameSession::connectLo
     GVConnection& link = *m_connection;
     // A connect loads the connection's current bus; choosing it first spares a second load.
     link.changeBus(firstBus);
+    m_loadingBus = firstBus;
     link.connect(m_target.host, m_target.suite, m_target.buttonCount);
     m_activity = u"loading "_s + busName(firstBus);
 
@@ -89,19 +144,22 @@ QCoro::Task<std::optional<FrameSession::ConnectFailure>> FrameSession::connectLo
         co_return ConnectFailure{u"no complete answer from the frame at "_s + host + u" within "_s +
                                      secondsText(stepLimit) + u" (it got as far as: "_s + stage +
                                      u')',
-                                 false};
+                                 u"raise --timeout, or check the network"_s, false};
     }
     if (link.connectionState() == ConnectionState::connected)
         co_return std::nullopt;
 
     const QString status = link.statusMessage();
-    if (status == u"Handshake timeout")
+    if (status == u"Handshake timeout") {
         co_return ConnectFailure{u"the frame at "_s + host + u" did not answer the handshake"_s,
+                                 u"check the address (on the frame: Eng Setup > Node Settings) "
+                                 u"and that this machine can reach it"_s,
                                  true};
+    }
     if (status == u"Heartbeat verification failed") {
         co_return ConnectFailure{u"heartbeat verification failed: the frame at "_s + host +
                                      u" answered too few of the first PINGs"_s,
-                                 true};
+                                 u"check the network, or raise --connect-attempts"_s, true};
     }
     if (status == u"Failed to create sockets") {
         co_return ConnectFailure{
@@ -109,9 +167,10 @@ QCoro::Task<std::optional<FrameSession::ConnectFailure>> FrameSession::connectLo
                 QString::number(link.listenerPort()) + u" of suite "_s +
                 QString::number(link.selectedSuite()) +
                 u": another program, perhaps another Quorvane on the same suite, holds them"_s,
-            false};
+            u"close it, then try again"_s, false};
     }
-    co_return ConnectFailure{u"cannot connect to the frame at "_s + host + u": "_s + status, false};
+    co_return ConnectFailure{u"cannot connect to the frame at "_s + host + u": "_s + status,
+                             u"check the address and the network"_s, false};
 }
 
 QCoro::Task<std::optional<QString>> FrameSession::load(Bus bus)
@@ -120,6 +179,7 @@ QCoro::Task<std::optional<QString>> FrameSession::load(Bus bus)
     if (std::optional<QString> problem = linkProblem())
         co_return problem;
     m_activity = u"loading "_s + busName(bus);
+    m_loadingBus = bus;
     link.changeBus(bus);
     const QString key = modeKey(bus, link.buttonCount());
     const auto loaded = [&link, key] {
@@ -130,7 +190,8 @@ QCoro::Task<std::optional<QString>> FrameSession::load(Bus bus)
         co_return problem;
     if (!finished) {
         co_return QString(u"the frame at "_s + m_target.host + u" did not finish sending "_s +
-                          busName(bus) + u" within "_s + secondsText(m_patience.stepLimit));
+                          busName(bus) + u" within "_s + secondsText(m_patience.stepLimit) +
+                          u"; raise --timeout, or check the network"_s);
     }
     co_return std::nullopt;
 }
@@ -154,11 +215,13 @@ QCoro::Task<std::optional<QString>> FrameSession::checkAliveAfterSilence(Bus bus
     co_return linkProblem();
 }
 
-std::optional<QString> FrameSession::linkProblem() const
+std::optional<QString> FrameSession::linkProblem(const QString& consequence) const
 {
     if (m_connection->isConnected())
         return std::nullopt;
-    return u"the frame at "_s + m_target.host + u" stopped answering while "_s + m_activity;
+    return u"the frame at "_s + m_target.host + u" stopped answering while "_s + m_activity +
+           (consequence.isEmpty() ? QString() : u"; "_s + consequence) +
+           u"; check the frame and the network, then run the command again"_s;
 }
 
 QString FrameSession::sourceName(qint64 source) const

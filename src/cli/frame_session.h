@@ -5,6 +5,7 @@
 #include "model/bus.h"
 
 #include <QCoroTask>
+#include <QElapsedTimer>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <chrono>
@@ -12,6 +13,8 @@
 #include <optional>
 
 namespace quorvane::cli {
+
+class Console;
 
 // What a session needs to reach the frame.
 struct SessionTarget {
@@ -32,7 +35,9 @@ struct SessionPatience {
 // desktop's bus selector does.
 class FrameSession {
 public:
-    FrameSession(DebugLogger& logger, const LinkTiming& timing, const SessionPatience& patience);
+    // `console`, when given, shows where the connect and each load have got to.
+    FrameSession(DebugLogger& logger, const LinkTiming& timing, const SessionPatience& patience,
+                 Console* console = nullptr);
     ~FrameSession();
 
     FrameSession(const FrameSession&) = delete;
@@ -47,8 +52,8 @@ public:
     // What the session is doing, for the message should the frame stop answering:
     // "waiting for the writes to be confirmed".
     void setActivity(const QString& activity) { m_activity = activity; }
-    // Why the link is no longer usable, or nothing while it is.
-    std::optional<QString> linkProblem() const;
+    // Why the link is no longer usable, with what that left undone, or nothing while it is.
+    std::optional<QString> linkProblem(const QString& consequence = {}) const;
 
     GVConnection& connection() { return *m_connection; }
     const GVConnection& connection() const { return *m_connection; }
@@ -62,12 +67,15 @@ public:
 private:
     struct ConnectFailure {
         QString reason;
+        QString nextStep; // what the user can do about it
         bool worthAnotherAttempt = false;
     };
 
     QCoro::Task<std::optional<ConnectFailure>> connectLoading(Bus firstBus);
     QCoro::Task<std::optional<QString>> load(Bus bus);
     QCoro::Task<std::optional<QString>> checkAliveAfterSilence(Bus bus);
+    void showProgress();
+    void noteLoaded(Bus bus);
 
     // The desktop remembers the last frame it reached; a script run must not change that, so
     // the connection keeps its preferences in a place that goes away with the session.
@@ -77,6 +85,9 @@ private:
     SessionPatience m_patience;
     SessionTarget m_target;
     QString m_activity;
+    Console* m_console;
+    std::optional<Bus> m_loadingBus; // the bus whose buttons are coming in
+    QElapsedTimer m_sinceProgress;
 };
 
 } // namespace quorvane::cli

@@ -37,8 +37,10 @@ Options (every command):
                      How often to try connecting when the frame does not answer the handshake
                      or the first PINGs. 1 to 10, default 2.
   --format json|csv  Show file format. Default: csv for a name ending in .csv, else json.
-  -q, --quiet        No log on standard error; errors are still reported.
-  -v, --verbose      The log with every datagram in hexadecimal.
+  -q, --quiet        No progress and no summary; errors are still reported.
+  -v, --verbose      The whole log on standard error, every datagram in hexadecimal
+                     included.
+  --log FILE         The whole log to FILE, each line as it is written.
   -h, --help         This text.
   --version          The program's name and version.
 
@@ -57,9 +59,11 @@ Which buttons are compared:
 
 Output:
   Standard output carries only the result: the show file (dump), one line per differing
-  button (diff), one line per written button and a count (apply). The log goes to standard
-  error. Nothing is written before FILE has been read and found valid, and an invalid FILE is
-  never sent anywhere.
+  button (diff), one line per written button and a count (apply). Standard error carries the
+  errors, one line each, and the progress: on a terminal one line updated in place
+  ("Loading ME2 … 84/140 buttons"), elsewhere a plain line per step; dump ends with a short
+  summary. The log is shown only with --verbose or written with --log. Nothing is written
+  before FILE has been read and found valid, and an invalid FILE is never sent anywhere.
 
 Complete or nothing:
   A button the frame does not answer for is unknown, never taken for unassigned. Such buttons

@@ -1,10 +1,6 @@
 #pragma once
 
-#include "cli_options.h"
-
 #include <QObject>
-
-class QIODevice;
 
 namespace quorvane {
 class DebugLogger;
@@ -12,14 +8,17 @@ class DebugLogger;
 
 namespace quorvane::cli {
 
-// Carries the connection's log to standard error while a command runs, so that standard
-// output keeps only the result. The logger echoes every line, hex dumps included, so its echo
-// is switched off and the lines it keeps are relayed instead, filtered by level.
+class Console;
+
+// Carries the connection's whole log to standard error while a command runs (--verbose), so
+// that standard output keeps only the result. The logger's own echo goes elsewhere (or
+// nowhere); the lines it keeps are relayed through the console instead, in their order among
+// the other things printed.
 class LogRelay : public QObject {
     Q_OBJECT
 
 public:
-    LogRelay(DebugLogger& logger, QIODevice& destination, LogDetail detail);
+    LogRelay(DebugLogger& logger, Console& console);
     ~LogRelay() override;
 
     // Relays the lines logged so far. The logger keeps its lines through the event loop, so
@@ -30,8 +29,7 @@ private:
     void relayNewest();
 
     DebugLogger& m_logger;
-    QIODevice& m_destination;
-    LogDetail m_detail;
+    Console& m_console;
 };
 
 } // namespace quorvane::cli

@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <cstdio>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -29,7 +30,8 @@ int main(int argc, char* argv[])
 
     QStringList arguments = QCoreApplication::arguments();
     arguments.removeFirst();
-    QCoro::Task<int> run = quorvane::cli::runCli(arguments, {out, err, logger, {}});
+    const bool errIsTerminal = isatty(fileno(stderr)) == 1;
+    QCoro::Task<int> run = quorvane::cli::runCli(arguments, {out, err, logger, {}, errIsTerminal});
     QCoro::Task<> finish = run.then([](int status) {
         // Queued: the run may have ended before the event loop started.
         QMetaObject::invokeMethod(

@@ -48,6 +48,8 @@ void DebugLogger::log(const QString& message, LogLevel level)
         const QByteArray utf8 = line.toUtf8();
         std::fwrite(utf8.constData(), 1, static_cast<size_t>(utf8.size()), m_echo);
         std::fputc('\n', m_echo);
+        // Each line at once: a program ended by a signal or piped to a file loses nothing.
+        std::fflush(m_echo);
     }
 }
 

@@ -33,7 +33,7 @@ struct ToolRun {
 };
 
 inline ToolRun runTool(const QStringList& arguments, const LinkTiming& timing = quickTiming(),
-                       int limitMs = 60'000)
+                       int limitMs = 60'000, bool errIsTerminal = false)
 {
     DebugLogger logger;
     QBuffer out;
@@ -41,7 +41,7 @@ inline ToolRun runTool(const QStringList& arguments, const LinkTiming& timing = 
     out.open(QIODevice::WriteOnly);
     err.open(QIODevice::WriteOnly);
     std::optional<int> status;
-    QCoro::Task<int> run = cli::runCli(arguments, {out, err, logger, timing});
+    QCoro::Task<int> run = cli::runCli(arguments, {out, err, logger, timing, errIsTerminal});
     QCoro::Task<> noted = run.then([&status](int code) { status = code; });
     // A run left behind would write into the buffers of this frame later on: better stop here.
     if (!QTest::qWaitFor([&status] { return status.has_value(); }, limitMs))

@@ -111,8 +111,8 @@ private Q_SLOTS:
         options.faults.silentAsks = 2;
         FrameEmulator frame(options);
         QVERIFY(startFrame(frame));
-        const ToolRun run =
-            runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"pgm"_s, u"--bus"_s, u"aux"_s});
+        const ToolRun run = runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"pgm"_s, u"--bus"_s,
+                                     u"aux"_s, u"--verbose"_s});
         QCOMPARE(run.status, 0);
         QCOMPARE(withoutNames(readJson(run.out.toUtf8()).buttons),
                  assignedOnFrame(frame, {Bus::pgm, Bus::aux}, 35));
@@ -203,8 +203,10 @@ private Q_SLOTS:
                               u"confirmed ME3 shift "_s + QString::number(taken.shift) +
                                   u" button "_s + QString::number(taken.button) + u": 4003"_s,
                               u"applied 2, confirmed 1, unconfirmed 1"_s}));
-        QCOMPARE(run.err, u"quorvane-cli: 1 of 2 writes not confirmed by the frame, each written "
-                          u"up to 4 times within 30 s\n"_s);
+        QCOMPARE(run.err,
+                 u"quorvane-cli: 1 of 2 writes not confirmed by the frame, each written "
+                 u"up to 4 times within 30 s; run apply again, or look at these buttons on "
+                 u"the frame\n"_s);
         QCOMPARE(writesTo(refusing, Bus::me3, refused.shift, refused.button), 4);
         QCOMPARE(writesTo(refusing, Bus::me3, taken.shift, taken.button), 1);
         QCOMPARE(refusing.mapping(Bus::me3, 35, refused.shift, refused.button),
@@ -279,7 +281,8 @@ private Q_SLOTS:
         QCOMPARE(run.out, QString());
         QCOMPARE(run.err,
                  u"quorvane-cli: the frame at 127.0.0.1 stopped answering while loading "_s +
-                     loading + u'\n');
+                     loading +
+                     u"; check the frame and the network, then run the command again\n"_s);
         QCOMPARE(contents(path), earlierBackup);
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList(u"show.csv"_s));
     }
@@ -307,7 +310,8 @@ private Q_SLOTS:
         QCOMPARE(QString::fromUtf8(second.readAllStandardOutput()), QString());
         QCOMPARE(QString::fromUtf8(second.readAllStandardError()),
                  u"quorvane-cli: cannot open the local UDP ports 6136/6137 of suite 3: another "
-                 u"program, perhaps another Quorvane on the same suite, holds them\n"_s);
+                 u"program, perhaps another Quorvane on the same suite, holds them; close it, "
+                 u"then try again\n"_s);
 
         // The first program keeps its link and its traffic.
         QVERIFY(first.isConnected());

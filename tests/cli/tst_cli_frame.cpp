@@ -6,6 +6,7 @@
 #include "model/show_file.h"
 #include "model/source_labels.h"
 
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
@@ -70,7 +71,8 @@ private Q_SLOTS:
     {
         FrameEmulator frame;
         QVERIFY(startFrame(frame));
-        const ToolRun run = runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"me3"_s});
+        const ToolRun run =
+            runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"me3"_s, u"--verbose"_s});
         QCOMPARE(run.status, 0);
 
         // Standard output is the show file and nothing else: the reader refuses any extra.
@@ -101,7 +103,7 @@ private Q_SLOTS:
         QVERIFY(run.err.contains(u"[INFO] Connect requested to 127.0.0.1 on Suite 1 (ports "
                                  u"6132/6133), 35-button mode"_s));
         QVERIFY(run.err.contains(u"[INFO] Read complete: ME3-35 cached with "_s));
-        QVERIFY(!run.err.contains(u"[HEX]"_s));
+        QVERIFY(run.err.contains(u"] [HEX] "_s));
     }
 
     void dumpOfEveryBusAsCsv()
@@ -153,6 +155,39 @@ private Q_SLOTS:
         QCOMPARE(quiet.status, 0);
         QCOMPARE(quiet.err, QString());
         QCOMPARE(quiet.out, verbose.out);
+
+        // By default: no log, the milestones and the summary, plain lines.
+        QTemporaryDir dir;
+        const QString logFile = dir.filePath(u"run.log"_s);
+        const ToolRun plain =
+            runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"pgm"_s, u"--log"_s, logFile});
+        QCOMPARE(plain.status, 0);
+        QCOMPARE(plain.out, verbose.out);
+        const QStringList lines = plain.errLines();
+        QCOMPARE(lines.size(), 3);
+        QCOMPARE(lines[0], u"Connected to 127.0.0.1:5123 (K-Frame XP V12.3.1)"_s);
+        QCOMPARE(lines[1], u"Loaded PGM: 140/140 buttons"_s);
+        QVERIFY2(
+            QRegularExpression(u"^Dumped \\d+ assigned of 140 buttons on PGM in \\d+\\.\\d s$"_s)
+                .match(lines[2])
+                .hasMatch(),
+            qPrintable(lines[2]));
+        QVERIFY(!plain.err.contains(u'\r') && !plain.err.contains(u'\x1b'));
+        // The whole log went to the file instead, each line as it came.
+        const QString log = QString::fromUtf8(contents(logFile));
+        QVERIFY(log.contains(u"] [INFO] Read complete: PGM-35 cached with "_s));
+        QVERIFY(log.contains(u"] [HEX] "_s));
+
+        // On a terminal, the progress is rewritten in place.
+        const ToolRun onTerminal = runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"pgm"_s},
+                                           quickTiming(), 60'000, true);
+        QCOMPARE(onTerminal.status, 0);
+        QVERIFY(
+            onTerminal.err.startsWith(u"\r\x1b[KConnecting to 127.0.0.1 (Suite 1, 35-btn)..."_s));
+        QVERIFY(
+            onTerminal.err.contains(u"\r\x1b[KLoading PGM … 140/140 buttons"
+                                    u"\r\x1b[KConnected to 127.0.0.1:5123 (K-Frame XP V12.3.1)\n"
+                                    u"Loaded PGM: 140/140 buttons\nDumped "_s));
     }
 
     void diffOfItsOwnDumpAgrees()
@@ -353,7 +388,8 @@ private Q_SLOTS:
         }
         QCOMPARE(lines[3], u"applied 3, confirmed 0, unconfirmed 3"_s);
         QCOMPARE(run.err, u"quorvane-cli: 3 of 3 writes not confirmed by the frame, each written "
-                          u"up to 4 times within 4 s\n"_s);
+                          u"up to 4 times within 4 s; run apply again, or look at these buttons on "
+                          u"the frame\n"_s);
         QVERIFY(!frame.receivedOfKind(ClientMessageKind::writeRequest).isEmpty());
     }
 
@@ -388,7 +424,8 @@ private Q_SLOTS:
         QVERIFY(run.outLines()[1].startsWith(u"unconfirmed AUX shift "_s));
         QCOMPARE(run.outLines()[2], u"applied 2, confirmed 0, unconfirmed 2"_s);
         QCOMPARE(run.err, u"quorvane-cli: the frame at 127.0.0.1 stopped answering while waiting "
-                          u"for the writes to be confirmed\n"_s);
+                          u"for the writes to be confirmed; check the frame and the network, then "
+                          u"run the command again\n"_s);
     }
 
     void anInvalidFileIsRefusedBeforeConnecting_data()
@@ -486,7 +523,8 @@ private Q_SLOTS:
         QCOMPARE(run.status, 3);
         QCOMPARE(run.out, QString());
         QCOMPARE(run.err, u"quorvane-cli: the frame at 127.0.0.1 did not answer the handshake "
-                          u"(tried 2 times)\n"_s);
+                          u"(tried 2 times); check the address (on the frame: Eng Setup > Node "
+                          u"Settings) and that this machine can reach it\n"_s);
         QVERIFY(!frame.received().isEmpty());
     }
 
@@ -505,7 +543,8 @@ private Q_SLOTS:
         QCOMPARE(once.status, 3);
         QCOMPARE(once.out, QString());
         QCOMPARE(once.err, u"quorvane-cli: heartbeat verification failed: the frame at 127.0.0.1 "
-                           u"answered too few of the first PINGs\n"_s);
+                           u"answered too few of the first PINGs; check the network, or raise "
+                           u"--connect-attempts\n"_s);
         QVERIFY(frame.receivedOfKind(ClientMessageKind::buttonSubscription).isEmpty());
 
         // Tried again, the frame, which then answers no PING at all, fails the handshake.
@@ -514,7 +553,9 @@ private Q_SLOTS:
         QCOMPARE(twice.status, 3);
         QCOMPARE(twice.err, u"quorvane-cli: heartbeat verification failed: the frame at 127.0.0.1 "
                             u"answered too few of the first PINGs; then the frame at 127.0.0.1 "
-                            u"did not answer the handshake (tried 2 times)\n"_s);
+                            u"did not answer the handshake (tried 2 times); check the address (on "
+                            u"the frame: Eng Setup > Node Settings) and that this machine can "
+                            u"reach it\n"_s);
     }
 
     void aSecondConnectAttemptAfterAFailedHeartbeatCheck()
@@ -538,9 +579,10 @@ private Q_SLOTS:
         const ToolRun run = runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"me1"_s});
         QCOMPARE(run.status, 0);
         QVERIFY(failedOnce);
-        QVERIFY(run.err.contains(u"[WARN] Connect attempt 1 of 2 failed: heartbeat verification "
-                                 u"failed: the frame at 127.0.0.1 answered too few of the first "
-                                 u"PINGs; trying again\n"_s));
+        // Said on standard error without the log, and logged.
+        QVERIFY(run.err.startsWith(u"Connect attempt 1 of 2 failed: heartbeat verification "
+                                   u"failed: the frame at 127.0.0.1 answered too few of the first "
+                                   u"PINGs; trying again\n"_s));
         QCOMPARE(withoutNames(readJson(run.out.toUtf8()).buttons),
                  assignedOnFrame(frame, {Bus::me1}, 35));
     }
@@ -557,7 +599,8 @@ private Q_SLOTS:
             runTool(quietly({u"dump"_s, u"--host"_s, host, u"--timeout"_s, u"1"_s}), timing);
         QCOMPARE(run.status, 3);
         QCOMPARE(run.err, u"quorvane-cli: no complete answer from the frame at 127.0.0.1 within "
-                          u"1 s (it got as far as: Establishing handshake...)\n"_s);
+                          u"1 s (it got as far as: Establishing handshake...); raise --timeout, or "
+                          u"check the network\n"_s);
     }
 
     void backupAndRestore()

@@ -49,15 +49,39 @@ private Q_SLOTS:
         QCOMPARE(options.timeout, std::chrono::milliseconds(30'000));
         QCOMPARE(options.format, std::nullopt);
         QVERIFY(options.output.isEmpty());
-        QCOMPARE(options.logDetail, LogDetail::normal);
+        QCOMPARE(options.quiet, false);
+        QCOMPARE(options.verbose, false);
+        QCOMPARE(options.logFile, QString());
+        QCOMPARE(options.retries, 3);
+        QCOMPARE(options.connectAttempts, 2);
     }
 
     void everyOptionRead()
     {
-        const CliOptions options = parsed(
-            {u"apply"_s, u"show.csv"_s, u"--host=192.168.1.20"_s, u"--suite"_s, u"3"_s,
-             u"--buttons"_s, u"20"_s, u"--bus"_s, u"pgm"_s, u"--bus"_s, u"Me2"_s, u"--timeout"_s,
-             u"2.5"_s, u"--format"_s, u"CSV"_s, u"--dry-run"_s, u"--listed-only"_s, u"-v"_s});
+        const CliOptions options = parsed({u"apply"_s,
+                                           u"show.csv"_s,
+                                           u"--host=192.168.1.20"_s,
+                                           u"--suite"_s,
+                                           u"3"_s,
+                                           u"--buttons"_s,
+                                           u"20"_s,
+                                           u"--bus"_s,
+                                           u"pgm"_s,
+                                           u"--bus"_s,
+                                           u"Me2"_s,
+                                           u"--timeout"_s,
+                                           u"2.5"_s,
+                                           u"--format"_s,
+                                           u"CSV"_s,
+                                           u"--dry-run"_s,
+                                           u"--listed-only"_s,
+                                           u"-v"_s,
+                                           u"--log"_s,
+                                           u"run.log"_s,
+                                           u"--retries"_s,
+                                           u"0"_s,
+                                           u"--connect-attempts"_s,
+                                           u"5"_s});
         QCOMPARE(options.command, Command::apply);
         QCOMPARE(options.file, u"show.csv"_s);
         QCOMPARE(options.host, u"192.168.1.20"_s);
@@ -68,7 +92,10 @@ private Q_SLOTS:
         QCOMPARE(options.format, ShowFormat::csv);
         QVERIFY(options.dryRun);
         QVERIFY(options.listedOnly);
-        QCOMPARE(options.logDetail, LogDetail::hex);
+        QCOMPARE(options.verbose, true);
+        QCOMPARE(options.logFile, u"run.log"_s);
+        QCOMPARE(options.retries, 0);
+        QCOMPARE(options.connectAttempts, 5);
     }
 
     void allBusesInDisplayOrder()
@@ -80,7 +107,7 @@ private Q_SLOTS:
             parsed({u"diff"_s, u"f.json"_s, u"--host"_s, u"10.0.0.7"_s, u"--quiet"_s, u"--bus"_s,
                     u"aux"_s, u"--bus"_s, u"me1"_s, u"--bus"_s, u"AUX"_s});
         QCOMPARE(quiet.buses, QList<Bus>({Bus::me1, Bus::aux}));
-        QCOMPARE(quiet.logDetail, LogDetail::none);
+        QCOMPARE(quiet.quiet, true);
     }
 
     void outputFile()
@@ -141,8 +168,15 @@ private Q_SLOTS:
         QTest::newRow("apply output")
             << QStringList{u"apply"_s, u"a.json"_s, host, u"-o"_s, u"x.json"_s}
             << u"-o/--output belongs to dump; apply writes its result to standard output"_s;
-        QTest::newRow("quiet and verbose") << QStringList{u"dump"_s, host, u"-q"_s, u"-v"_s}
-                                           << u"--quiet and --verbose contradict each other"_s;
+        QTest::newRow("retries -1") << QStringList{u"dump"_s, host, u"--retries"_s, u"-1"_s}
+                                    << u"--retries \"-1\" is not a whole number from 0 to 20"_s;
+        QTest::newRow("retries many") << QStringList{u"dump"_s, host, u"--retries"_s, u"21"_s}
+                                      << u"--retries \"21\" is not a whole number from 0 to 20"_s;
+        QTest::newRow("no connect attempt")
+            << QStringList{u"dump"_s, host, u"--connect-attempts"_s, u"0"_s}
+            << u"--connect-attempts \"0\" is not a whole number from 1 to 10"_s;
+        QTest::newRow("log without a name")
+            << QStringList{u"dump"_s, host, u"--log="_s} << u"--log needs a file name"_s;
     }
 
     void refusals()

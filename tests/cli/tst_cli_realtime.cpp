@@ -31,8 +31,8 @@ private Q_SLOTS:
     void dumpOfEveryBus()
     {
         const QString path = m_dir.filePath(u"studio-a.json"_s);
-        const ToolRun run =
-            runTool({u"dump"_s, u"--host"_s, host, u"-o"_s, path}, LinkTiming{}, limitMs);
+        const ToolRun run = runTool({u"dump"_s, u"--host"_s, host, u"-o"_s, path, u"--verbose"_s},
+                                    LinkTiming{}, limitMs);
         QCOMPARE(run.status, 0);
         const QList<Bus> buses(allBuses.begin(), allBuses.end());
         QCOMPARE(withoutNames(readJson(contents(path)).buttons),

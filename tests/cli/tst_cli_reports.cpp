@@ -1,6 +1,7 @@
 // The tool's pieces that need no frame: what it prints, what it compares, how it reads and
 // writes show files, and how the log reaches standard error.
 #include "comparison.h"
+#include "console.h"
 #include "diagnostics/debug_logger.h"
 #include "log_relay.h"
 #include "report_lines.h"
@@ -14,8 +15,6 @@
 using namespace Qt::StringLiterals;
 using namespace quorvane;
 using namespace quorvane::cli;
-
-Q_DECLARE_METATYPE(quorvane::cli::LogDetail)
 
 namespace {
 
@@ -241,39 +240,80 @@ private Q_SLOTS:
             missing.problem.startsWith(u"cannot read "_s + dir.filePath(u"none.json"_s) + u": "_s));
     }
 
-    void theLogGoesToTheErrorStreamByLevel_data()
+    void theVerboseLogGoesToTheErrorStreamWhole()
     {
-        QTest::addColumn<LogDetail>("detail");
-        QTest::addColumn<QStringList>("relayed");
-        QTest::newRow("normal") << LogDetail::normal
-                                << QStringList{u"[INFO] one"_s, u"[WARN] two"_s,
-                                               u"[ERROR] three [HEX] not a dump"_s};
-        QTest::newRow("verbose") << LogDetail::hex
-                                 << QStringList{u"[INFO] one"_s, u"[HEX] Write: [2 bytes] 00 04"_s,
-                                                u"[WARN] two"_s,
-                                                u"[ERROR] three [HEX] not a dump"_s};
-        QTest::newRow("quiet") << LogDetail::none << QStringList{};
-    }
-
-    void theLogGoesToTheErrorStreamByLevel()
-    {
-        QFETCH(LogDetail, detail);
-        QFETCH(QStringList, relayed);
         DebugLogger logger;
+        logger.setEcho(nullptr);
+        QBuffer out;
         QBuffer err;
+        out.open(QIODevice::WriteOnly);
         err.open(QIODevice::WriteOnly);
+        Console console(out, err, false);
         {
-            LogRelay relay(logger, err, detail);
+            LogRelay relay(logger, console);
             logger.info(u"one"_s);
             logger.hexDump(u"Write"_s, QByteArray("\x00\x04", 2));
             logger.warn(u"two"_s);
-            logger.error(u"three [HEX] not a dump"_s);
-            relay.flush();
+            // Printing lets the log catch up first: the order of events is kept.
+            console.error(u"three"_s);
         }
         QStringList lines = QString::fromUtf8(err.data()).split(u'\n', Qt::SkipEmptyParts);
-        for (QString& line : lines)
-            line.remove(0, 15); // "[HH:mm:ss.zzz] "
-        QCOMPARE(lines, relayed);
+        QCOMPARE(lines.size(), 4);
+        for (qsizetype i = 0; i < 3; ++i)
+            lines[i].remove(0, 15); // "[HH:mm:ss.zzz] "
+        QCOMPARE(lines, QStringList({u"[INFO] one"_s, u"[HEX] Write: [2 bytes] 00 04"_s,
+                                     u"[WARN] two"_s, u"quorvane-cli: three"_s}));
+        QCOMPARE(out.data(), QByteArray());
+    }
+
+    void progressOnATerminalIsOneLineRewritten()
+    {
+        QBuffer out;
+        QBuffer err;
+        out.open(QIODevice::WriteOnly);
+        err.open(QIODevice::WriteOnly);
+        Console console(out, err, true);
+        console.progress(u"Loading ME1 … 10/140 buttons"_s);
+        console.progress(u"Loading ME1 … 10/140 buttons"_s); // unchanged: not written again
+        console.progress(u"Loading ME1 … 140/140 buttons"_s);
+        console.note(u"Loaded ME1: 140/140 buttons"_s);
+        console.progress(u"Loading ME2 … 20/140 buttons"_s);
+        console.error(u"ME2 shift 3: buttons 17-20 did not answer"_s);
+        console.result(u"result"_s);
+        QCOMPARE(QString::fromUtf8(err.data()),
+                 u"\r\x1b[KLoading ME1 … 10/140 buttons"
+                 u"\r\x1b[KLoading ME1 … 140/140 buttons"
+                 u"\r\x1b[KLoaded ME1: 140/140 buttons\n"
+                 u"\r\x1b[KLoading ME2 … 20/140 buttons"
+                 u"\r\x1b[Kquorvane-cli: ME2 shift 3: buttons 17-20 did not answer\n"_s);
+        QCOMPARE(out.data(), QByteArray("result\n"));
+    }
+
+    void progressElsewhereIsMilestonesOnly()
+    {
+        QBuffer out;
+        QBuffer err;
+        out.open(QIODevice::WriteOnly);
+        err.open(QIODevice::WriteOnly);
+        Console console(out, err, false);
+        console.progress(u"Loading ME1 … 10/140 buttons"_s);
+        console.note(u"Loaded ME1: 140/140 buttons"_s);
+        console.error(u"failed"_s);
+        QCOMPARE(err.data(), QByteArray("Loaded ME1: 140/140 buttons\nquorvane-cli: failed\n"));
+    }
+
+    void quietLeavesOnlyErrors()
+    {
+        QBuffer out;
+        QBuffer err;
+        out.open(QIODevice::WriteOnly);
+        err.open(QIODevice::WriteOnly);
+        Console console(out, err, true);
+        console.setQuiet(true);
+        console.progress(u"Loading ME1 … 10/140 buttons"_s);
+        console.note(u"Loaded ME1: 140/140 buttons"_s);
+        console.error(u"failed"_s);
+        QCOMPARE(err.data(), QByteArray("quorvane-cli: failed\n"));
     }
 };
 
