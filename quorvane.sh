@@ -3,15 +3,19 @@
 #   ./quorvane.sh run [app arguments]   build and start the application (with the built-in
 #                                       demo frame when no frame address is given)
 #   ./quorvane.sh test [preset]         build and run the whole test suite (preset: ci, asan, dev)
+#   ./quorvane.sh fuzz [seconds]        build the fuzz harnesses and run each for that long
+#                                       (default 60); fails when any of them finds a crash
 # On Debian/Ubuntu as root, missing build packages are installed first.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 packages=(cmake g++ ninja-build qt6-base-dev qt6-qpa-plugins qcoro-qt6-dev libgl-dev)
+# Only the fuzz command needs these: clang, and the runtime that holds libFuzzer.
+fuzz_packages=(clang libclang-rt-14-dev)
 
 missing_packages() {
     local missing=()
-    for p in "${packages[@]}"; do
+    for p in "$@"; do
         dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
     done
     echo "${missing[@]:-}"
@@ -25,7 +29,7 @@ ensure_packages() {
         exit 2
     fi
     local missing
-    missing=$(missing_packages)
+    missing=$(missing_packages "$@")
     [ -z "$missing" ] && return 0
     if [ "$(id -u)" -ne 0 ]; then
         echo "Missing packages: $missing" >&2
@@ -45,11 +49,49 @@ build() {
     cmake --build --preset "$preset"
 }
 
+# Runs every harness of the fuzz build for $1 seconds on a copy of its seeds (libFuzzer adds
+# what it finds to that copy, so the checked-in seeds stay as they are). Crashes and their
+# inputs land in build/fuzz/runs/NAME/.
+run_fuzzers() {
+    local seconds=$1 runs=build/fuzz/runs failed=() ran=0
+    rm -rf "$runs"
+    for harness in build/fuzz/fuzz/fuzz_*; do
+        [ -f "$harness" ] && [ -x "$harness" ] || continue
+        local name=${harness##*/fuzz_}
+        ran=$((ran + 1))
+        local work=$runs/$name
+        mkdir -p "$work/corpus"
+        if [ -d "fuzz/corpus/$name" ]; then cp -R "fuzz/corpus/$name/." "$work/corpus/"; fi
+        local result=ok
+        "$harness" -max_total_time="$seconds" -timeout=10 -print_final_stats=1 \
+            -artifact_prefix="$work/" "$work/corpus" >"$work/log" 2>&1 || result=FAILED
+        local inputs coverage
+        inputs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$work/log")
+        coverage=$(grep -o 'cov: [0-9]*' "$work/log" | tail -n 1 | cut -d' ' -f2 || true)
+        printf '%-20s %s: %s inputs, coverage %s, corpus %s\n' "$name" "$result" \
+            "${inputs:-?}" "${coverage:-?}" "$(find "$work/corpus" -type f | wc -l)"
+        if [ "$result" != ok ]; then
+            failed+=("$name")
+            tail -n 40 "$work/log" | sed 's/^/    /'
+            find "$work" -maxdepth 1 -type f ! -name log | sed 's/^/    kept: /'
+        fi
+    done
+    if [ "$ran" -eq 0 ]; then
+        echo "no fuzz harness found in build/fuzz/fuzz" >&2
+        return 1
+    fi
+    if [ ${#failed[@]} -gt 0 ]; then
+        echo "fuzzing found problems in: ${failed[*]}" >&2
+        return 1
+    fi
+    echo "fuzzing found nothing: $ran harnesses, $seconds s each"
+}
+
 command=${1:-}
 shift || true
 case "$command" in
     run)
-        ensure_packages
+        ensure_packages "${packages[@]}"
         build dev
         case " $* " in
             *" --host "* | *" --host="* | *" --demo "*) ;;
@@ -59,12 +101,22 @@ case "$command" in
         ;;
     test)
         preset=${1:-ci}
-        ensure_packages
+        ensure_packages "${packages[@]}"
         build "$preset"
         QT_QPA_PLATFORM=offscreen ctest --preset "$preset"
         ;;
+    fuzz)
+        seconds=${1:-60}
+        if ! [[ $seconds =~ ^[1-9][0-9]*$ ]]; then
+            echo "usage: $0 fuzz [seconds]" >&2
+            exit 2
+        fi
+        ensure_packages "${packages[@]}" "${fuzz_packages[@]}"
+        build fuzz
+        run_fuzzers "$seconds"
+        ;;
     *)
-        echo "usage: $0 run [arguments] | test [ci|asan|dev]" >&2
+        echo "usage: $0 run [arguments] | test [ci|asan|dev] | fuzz [seconds]" >&2
         exit 2
         ;;
 esac
