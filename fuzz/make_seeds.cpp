@@ -164,7 +164,7 @@ const QList<std::pair<QString, QByteArray>> hostileShowFiles{
      R"({"format":"quorvane-show","version":1,"frame":{"name":"\ud800","version":"","address":""},"suite":1,"buttonCount":15,"buttons":[]})"_ba},
     {u"mark-in-name"_s, "bus,shift,button,source,name\nME1,1,1,7,\xEF\xBB\xBF"
                         "CAM\n"_ba},
-    {u"nul-in-name"_s, "bus,shift,button,source,name\nME1,1,1,7,A"_ba + '\0' + "B\n"_ba},
+    {u"nul-in-name"_s, "bus,shift,button,source,name\nME1,1,1,7,A"_ba.append('\0').append("B\n")},
 };
 
 void writeShowFiles(SeedWriter& seeds, const Show& show)

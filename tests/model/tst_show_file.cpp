@@ -360,7 +360,7 @@ private Q_SLOTS:
     void aNulByteInANameIsKept()
     {
         const QString name = u"CAM"_s + QChar(u'\0') + u"7"_s;
-        const QByteArray raw = "CAM"_ba + '\0' + "7"_ba;
+        const QByteArray raw = "CAM"_ba.append('\0').append('7');
         for (const QByteArray& typed : {raw, "CAM\\u00007"_ba}) {
             const ShowFileResult json = readShowJson(sampleJsonWith("CAM 7", typed));
             QCOMPARE(problemTexts(json), QStringList());
@@ -554,7 +554,7 @@ private Q_SLOTS:
             << sampleJsonWith(R"("source": 0)", "\"source\": " + QByteArray(400, '9'))
             << QStringList(u"line 9: not valid JSON: illegal number"_s);
         QTest::newRow("a NUL byte between values")
-            << sampleJsonWith(R"("suite": 2,)", R"("suite": 2,)"_ba + '\0')
+            << sampleJsonWith(R"("suite": 2,)", R"("suite": 2,)"_ba.append('\0'))
             << QStringList(u"line 5: not valid JSON: unterminated object"_s);
         QTest::newRow("line break in an unknown bus")
             << sampleJsonWith(R"("bus": "PGM")", R"("bus": "PGM\n\tX\u0000\u2028")")
