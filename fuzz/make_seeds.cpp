@@ -1,8 +1,9 @@
 // Writes the seed inputs of the fuzz harnesses, one folder per harness: what the emulated frame
 // sends for the demo show, what the client sends, show files written from the demo show, the
 // shipped labels file, and the hostile show files that once broke the readers. Run it after
-// changing an encoder or a reader:
+// changing an encoder or a reader (the dev build makes it on request):
 //
+//   cmake --build --preset dev --target quorvane-fuzz-seeds
 //   build/dev/fuzz/quorvane-fuzz-seeds fuzz/corpus
 //
 // A harness whose first input byte picks a panel width reads it as an index into its list of
