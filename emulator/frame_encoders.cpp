@@ -31,7 +31,6 @@ constexpr qsizetype clientIdEchoFrom = 4;
 constexpr qsizetype clientIdEchoTo = 18;
 constexpr quint16 portsAnnounced = 1;
 
-constexpr qsizetype buttonRecordSize = 14;
 constexpr qsizetype buttonTrailer = 2;
 
 constexpr quint8 nameRecordPrefix = 0x00;
@@ -44,7 +43,6 @@ constexpr qsizetype namePadding = 30;
 constexpr qsizetype nameRecordsOffset = 28;
 
 constexpr int definitionLength = 44; // L; the record is L + 4 bytes
-constexpr qsizetype definitionRecordSize = definitionLength + 4;
 constexpr qsizetype definitionRecordsOffset = 40;
 constexpr qsizetype definitionPadding = 48;
 

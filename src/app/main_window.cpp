@@ -19,13 +19,6 @@ using namespace Qt::StringLiterals;
 
 namespace quorvane {
 
-namespace {
-bool isCsv(const QString& path)
-{
-    return path.endsWith(u".csv"_s, Qt::CaseInsensitive);
-}
-} // namespace
-
 MainWindow::MainWindow(QSettings& preferences, DebugLogger& logger, QWidget* parent)
     : QMainWindow(parent)
     , m_content(new ContentView(preferences, logger, this))
@@ -66,7 +59,7 @@ void MainWindow::exportMappings()
     const ShowFile file = exportShowFile(connection);
     QFile out(path);
     if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
-        out.write(isCsv(path) ? writeShowCsv(file.buttons) : writeShowJson(file)) < 0) {
+        out.write(isCsvShowFile(path) ? writeShowCsv(file.buttons) : writeShowJson(file)) < 0) {
         QMessageBox::warning(this, u"Export Mappings"_s,
                              u"Could not write "_s + path + u": "_s + out.errorString());
     }
@@ -78,22 +71,10 @@ void MainWindow::importMappings()
                                                       u"Show files (*.json *.csv)"_s);
     if (path.isEmpty())
         return;
-    QFile in(path);
-    if (!in.open(QIODevice::ReadOnly)) {
-        QMessageBox::warning(this, u"Import Mappings"_s,
-                             u"Could not read "_s + path + u": "_s + in.errorString());
-        return;
-    }
-    GVConnection& connection = m_content->connection();
-    const QByteArray content = in.readAll();
-    const ShowFileResult read =
-        isCsv(path) ? readShowCsv(content, connection.buttonCount()) : readShowJson(content);
+    const GVConnection& connection = m_content->connection();
+    const ImportFile read = readImportFile(path, connection.buttonCount());
     if (!read.file) {
-        QStringList problems;
-        for (const ShowFileProblem& problem : read.problems.mid(0, 12))
-            problems.append(problem.text());
-        QMessageBox::warning(this, u"Import Mappings"_s,
-                             u"The file was not imported:\n\n"_s + problems.join(u'\n'));
+        QMessageBox::warning(this, u"Import Mappings"_s, read.refusal);
         return;
     }
     const ImportPlan plan = planImport(*read.file, connection);

@@ -1,6 +1,6 @@
 #include "show_io.h"
 
-#include <QFile>
+#include "model/show_file_io.h"
 
 using namespace Qt::StringLiterals;
 
@@ -15,14 +15,10 @@ ShowFormat showFormatFor(const QString& path, std::optional<ShowFormat> chosen)
 
 ShowFileRead readShowFile(const QString& path, ShowFormat format, int csvButtonCount)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return ShowFileRead{
-            std::nullopt, u"cannot read "_s + path + u": "_s + file.errorString(), {}};
-    const QByteArray data = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return ShowFileRead{
-            std::nullopt, u"cannot read "_s + path + u": "_s + file.errorString(), {}};
+    const ShowFileBytes read = readShowFileBytes(path);
+    if (!read.bytes)
+        return ShowFileRead{std::nullopt, u"cannot read "_s + path + u": "_s + read.problem, {}};
+    const QByteArray& data = *read.bytes;
 
     ShowFileResult result =
         format == ShowFormat::csv ? readShowCsv(data, csvButtonCount) : readShowJson(data);

@@ -18,7 +18,7 @@ std::optional<QString> outside(const QString& what, const Whole& number, qint64 
 {
     if (number.value >= low && number.value <= high)
         return std::nullopt;
-    return what + u' ' + number.text + u" is outside "_s + QString::number(low) + u'-' +
+    return what + u' ' + printable(number.text) + u" is outside "_s + QString::number(low) + u'-' +
            QString::number(high);
 }
 } // namespace
@@ -32,7 +32,7 @@ std::optional<QString> buttonCountReason(const Whole& count)
 {
     if (isSupportedButtonCount(count.value))
         return std::nullopt;
-    return u"button count "_s + count.text + u" is not 15, 20, 25 or 35"_s;
+    return u"button count "_s + printable(count.text) + u" is not 15, 20, 25 or 35"_s;
 }
 
 std::optional<QString> shiftReason(const Whole& shift)
@@ -56,7 +56,7 @@ QString unknownBusReason(const QString& text)
     QStringList names;
     for (Bus bus : allBuses)
         names.append(busName(bus));
-    return u"unknown bus \""_s + text + u"\" (the buses are "_s + names.join(u", "_s) + u')';
+    return u"unknown bus "_s + quoted(text) + u" (the buses are "_s + names.join(u", "_s) + u')';
 }
 
 ButtonKey buttonKey(const ShowButton& button)
@@ -76,12 +76,6 @@ std::optional<QString> ButtonPlaces::repeated(const ShowButton& button, const QS
            QString::number(button.button) + u" is listed twice (first at "_s + *first + u')';
 }
 
-QByteArrayView withoutByteOrderMark(QByteArrayView data)
-{
-    static constexpr QByteArrayView mark("\xEF\xBB\xBF");
-    return data.startsWith(mark) ? data.sliced(mark.size()) : data;
-}
-
 namespace {
 bool isUtf8(QByteArrayView data)
 {
@@ -89,7 +83,6 @@ bool isUtf8(QByteArrayView data)
     [[maybe_unused]] const QString text = decoder.decode(data);
     return !decoder.hasError();
 }
-} // namespace
 
 std::optional<ShowFileProblem> utf8Problem(QByteArrayView data)
 {
@@ -109,6 +102,77 @@ std::optional<ShowFileProblem> utf8Problem(QByteArrayView data)
         ++line;
     }
     return ShowFileProblem{line, {}, u"the text is not valid UTF-8"_s};
+}
+
+// Line breaks and the like would split a message, other controls upset a terminal, and a lone
+// surrogate cannot be written out at all.
+bool needsEscape(QChar c)
+{
+    const char16_t code = c.unicode();
+    return code < 0x20 || (code >= 0x7F && code <= 0x9F) || code == 0x2028 || code == 0x2029 ||
+           c.isSurrogate();
+}
+
+QString escaped(QChar c)
+{
+    switch (c.unicode()) {
+    case u'\n':
+        return u"\\n"_s;
+    case u'\r':
+        return u"\\r"_s;
+    case u'\t':
+        return u"\\t"_s;
+    default:
+        return u"\\u"_s + QString::number(c.unicode(), 16).rightJustified(4, u'0');
+    }
+}
+} // namespace
+
+FileText fileText(QByteArrayView data)
+{
+    static constexpr QByteArrayView mark("\xEF\xBB\xBF");
+    QByteArrayView text = data.startsWith(mark) ? data.sliced(mark.size()) : data;
+    if (text.startsWith(mark)) {
+        int marks = 1;
+        for (; text.startsWith(mark); text = text.sliced(mark.size()))
+            ++marks;
+        return {{},
+                ShowFileProblem{1,
+                                {},
+                                u"the file starts with "_s + QString::number(marks) +
+                                    u" byte order marks; one at most may stand before "_s
+                                    u"the text"_s}};
+    }
+    if (text.trimmed().isEmpty())
+        return {{}, ShowFileProblem{0, {}, u"the file is empty"_s}};
+    if (std::optional<ShowFileProblem> problem = utf8Problem(text))
+        return {{}, problem};
+    return {text, std::nullopt};
+}
+
+QString printable(QStringView text)
+{
+    constexpr int shownCharacters = 40;
+    QString shown;
+    qsizetype i = 0;
+    for (int characters = 0; i < text.size() && characters < shownCharacters; ++characters) {
+        const QChar c = text[i];
+        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+            shown += text.sliced(i, 2);
+            i += 2;
+            continue;
+        }
+        shown += needsEscape(c) ? escaped(c) : QString(c);
+        ++i;
+    }
+    if (i < text.size())
+        shown += u'\u2026';
+    return shown;
+}
+
+QString quoted(QStringView text)
+{
+    return u'"' + printable(text) + u'"';
 }
 
 int lineAt(QByteArrayView data, qsizetype offset)

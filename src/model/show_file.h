@@ -2,6 +2,7 @@
 
 #include "bus.h"
 #include "button_mapping.h"
+#include "source_name.h"
 
 #include <QByteArray>
 #include <QList>
@@ -19,7 +20,7 @@ namespace quorvane {
 inline constexpr int showFileVersion = 1;
 
 // The only sources a show file may hold: the frame takes a 16-bit source number on writing.
-inline constexpr qint64 maxShowSource = 0xFFFF;
+inline constexpr qint64 maxShowSource = lastSourceNumber;
 
 // One source-select button. `source` is what gets applied; `name` only helps whoever reads the
 // file and is ignored when comparing with the frame.

@@ -213,7 +213,7 @@ private:
     {
         const std::optional<Whole> value = wholeNumber(text);
         if (!value) {
-            refuse(what + u" \""_s + text + u"\" is not a whole number"_s);
+            refuse(what + u' ' + showfile::quoted(text) + u" is not a whole number"_s);
             return std::nullopt;
         }
         if (const std::optional<QString> reason = reasonAgainst(*value)) {
@@ -259,10 +259,10 @@ ShowFileResult readShowCsv(const QByteArray& data, int buttonCount)
     if (const std::optional<QString> reason = showfile::buttonCountReason(count))
         return showfile::refused({{0, {}, *reason}});
 
-    const QByteArrayView bytes = showfile::withoutByteOrderMark(data);
-    if (const std::optional<ShowFileProblem> problem = showfile::utf8Problem(bytes))
-        return showfile::refused({*problem});
-    const QString text = QString::fromUtf8(bytes);
+    const showfile::FileText content = showfile::fileText(data);
+    if (content.problem)
+        return showfile::refused({*content.problem});
+    const QString text = QString::fromUtf8(content.bytes);
 
     const CsvTable table = CsvScanner(text).scan();
     QList<ShowFileProblem> problems = table.problems;

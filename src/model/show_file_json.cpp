@@ -93,11 +93,18 @@ struct OpenContainer {
     int index = 0;         // in an array: the element that comes next
 };
 
+// A path names a key as a message shows it: any key at all may stand in an unknown object.
+QString keyPath(const QString& objectPath, const QString& key)
+{
+    const QString step = showfile::printable(key);
+    return objectPath.isEmpty() ? step : objectPath + u'.' + step;
+}
+
 QString childPath(const OpenContainer& container)
 {
     if (!container.isObject)
         return container.path + u'[' + QString::number(container.index) + u']';
-    return container.path.isEmpty() ? container.key : container.path + u'.' + container.key;
+    return keyPath(container.path, container.key);
 }
 
 // The position after the string that opens at `start`; counts line feeds on the way.
@@ -125,7 +132,8 @@ bool endsScalar(char c)
     return c == ',' || c == ']' || c == '}' || c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
-// Only called on text that QJsonDocument has accepted, so the structure can be trusted.
+// Only called on text that QJsonDocument has accepted. The structure is still not taken on trust
+// (QJsonDocument has accepted more than JSON before): a bracket without its pair is passed over.
 JsonOutline outlineOf(QByteArrayView json)
 {
     JsonOutline outline;
@@ -148,15 +156,17 @@ JsonOutline outlineOf(QByteArrayView json)
             open.append(container);
             ++i;
         } else if (c == '}' || c == ']') {
-            open.removeLast();
+            if (!open.isEmpty())
+                open.removeLast();
             ++i;
         } else if (c == ':') {
-            open.last().expectKey = false;
+            if (!open.isEmpty())
+                open.last().expectKey = false;
             ++i;
         } else if (c == ',') {
-            if (open.last().isObject)
+            if (!open.isEmpty() && open.last().isObject)
                 open.last().expectKey = true;
-            else
+            else if (!open.isEmpty())
                 ++open.last().index;
             ++i;
         } else if (c == '"') {
@@ -166,7 +176,8 @@ JsonOutline outlineOf(QByteArrayView json)
                 OpenContainer& object = open.last();
                 object.key = decodeKey(json.sliced(i, end - i));
                 if (object.keys.contains(object.key)) {
-                    const QString reason = u"key \""_s + object.key + u"\" is given twice"_s;
+                    const QString reason =
+                        u"key "_s + showfile::quoted(object.key) + u" is given twice"_s;
                     outline.repeatedKeys.append({startLine, object.path, reason});
                 }
                 object.keys.insert(object.key);
@@ -200,7 +211,7 @@ QString describe(const QJsonValue& value)
     case QJsonValue::Double:
         return QString::number(value.toDouble());
     case QJsonValue::String:
-        return u"text \""_s + value.toString() + u'"';
+        return u"text "_s + showfile::quoted(value.toString());
     case QJsonValue::Array:
         return u"a list"_s;
     case QJsonValue::Object:
@@ -248,17 +259,25 @@ public:
         }
         for (const QString& key : m_object.keys()) {
             if (std::find(keys.begin(), keys.end(), key) == keys.end())
-                refuse(key, u"unknown key \""_s + key + u'"');
+                refuse(key, u"unknown key "_s + showfile::quoted(key));
         }
     }
 
     std::optional<QString> text(const QString& key)
     {
         const QJsonValue value = m_object.value(key);
-        if (value.isString())
-            return value.toString();
-        refuseType(key, u"text"_s);
-        return std::nullopt;
+        if (!value.isString()) {
+            refuseType(key, u"text"_s);
+            return std::nullopt;
+        }
+        // "\ud800" is valid JSON but no character: written out again it would become "?".
+        const QString text = value.toString();
+        if (!text.isValidUtf16()) {
+            refuse(key, u'"' + key + u"\" holds a lone surrogate, which is no character: "_s +
+                            showfile::quoted(text));
+            return std::nullopt;
+        }
+        return text;
     }
 
     std::optional<Whole> whole(const QString& key)
@@ -301,10 +320,7 @@ public:
         return std::nullopt;
     }
 
-    QString pathOf(const QString& key) const
-    {
-        return m_path.isEmpty() ? key : m_path + u'.' + key;
-    }
+    QString pathOf(const QString& key) const { return keyPath(m_path, key); }
 
     int lineOf(const QString& key) const
     {
@@ -487,14 +503,16 @@ QByteArray writeShowJson(const ShowFile& file)
 
 ShowFileResult readShowJson(const QByteArray& data)
 {
-    const QByteArrayView json = showfile::withoutByteOrderMark(data);
-    if (json.trimmed().isEmpty())
-        return showfile::refused({{0, {}, u"the file is empty"_s}});
-    if (const std::optional<ShowFileProblem> problem = showfile::utf8Problem(json))
-        return showfile::refused({*problem});
+    const showfile::FileText text = showfile::fileText(data);
+    if (text.problem)
+        return showfile::refused({*text.problem});
+    // QJsonDocument drops a byte order mark that opens a string, as if it began the document,
+    // where the CSV reader keeps it. Written as an escape it is kept; a mark anywhere else is
+    // kept already, or is no JSON. No line changes.
+    const QByteArray json = text.bytes.toByteArray().replace("\"\xEF\xBB\xBF"_ba, "\"\\ufeff"_ba);
 
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(json.toByteArray(), &error);
+    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
     if (error.error != QJsonParseError::NoError) {
         return showfile::refused({{showfile::lineAt(json, error.offset),
                                    {},

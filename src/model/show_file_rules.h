@@ -47,11 +47,19 @@ private:
     QMap<ButtonKey, QString> m_firstPlaces;
 };
 
-// The bytes after a UTF-8 byte order mark, which spreadsheet programs like to write.
-QByteArrayView withoutByteOrderMark(QByteArrayView data);
+// The text of a show file, after the one UTF-8 byte order mark that spreadsheet programs like
+// to write, or the problem that stops it being read at all: further marks, nothing but white
+// space, or bytes that are not UTF-8 (a replacement character would quietly change a name).
+struct FileText {
+    QByteArrayView bytes;
+    std::optional<ShowFileProblem> problem;
+};
+FileText fileText(QByteArrayView data);
 
-// Refuses text that is not UTF-8: a replacement character would quietly change a name.
-std::optional<ShowFileProblem> utf8Problem(QByteArrayView data);
+// Text taken from the file as a message shows it: on one line, with control characters and
+// lone surrogates escaped as JSON writes them, and cut short when long. `quoted` adds quotes.
+QString printable(QStringView text);
+QString quoted(QStringView text);
 
 // The line of the byte at `offset`.
 int lineAt(QByteArrayView data, qsizetype offset);

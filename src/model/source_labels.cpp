@@ -31,13 +31,17 @@ InternalSourceLabels parseSourceLabels(const QString& csv)
         const QString number = fields[0].trimmed();
         if (!decimal.match(number).hasMatch())
             continue;
+        // Only a source number can carry a label; a number past it is a slip, not a label to
+        // keep under whatever smaller number it might be narrowed to.
         bool fits = false;
-        const int source = number.toInt(&fits);
+        const qint64 source = number.toLongLong(&fits);
+        if (!fits || source < firstSourceNumber || source > lastSourceNumber)
+            continue;
         const QString label = fields[1].trimmed();
         // An empty label would hide the source's engineering name behind a blank cell.
-        if (!fits || label.isEmpty())
+        if (label.isEmpty())
             continue;
-        labels.insert(source, label);
+        labels.insert(static_cast<int>(source), label);
     }
     return labels;
 }

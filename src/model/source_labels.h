@@ -16,7 +16,8 @@ QStringList defaultSourceLabelsLocations();
 // normal and only logged; bad lines are skipped.
 InternalSourceLabels loadInternalSourceLabels(const QStringList& locations, DebugLogger& logger);
 
-// The file's rows after the header line: "number,label[,ignored…]", no quoting.
+// The file's rows after the header line: "number,label[,ignored…]", no quoting. A row whose
+// number is no source number (1 to 65535) is skipped.
 InternalSourceLabels parseSourceLabels(const QString& csv);
 
 } // namespace quorvane

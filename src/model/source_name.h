@@ -6,6 +6,11 @@
 
 namespace quorvane {
 
+// The sources the program names and writes: 0 means an unassigned button, and the frame takes
+// a 16-bit source number on writing.
+inline constexpr int firstSourceNumber = 1;
+inline constexpr int lastSourceNumber = 0xFFFF;
+
 // The names the frame keeps for one source.
 struct SourceName {
     QString eng;   // engineering name, from the source definitions

@@ -2,6 +2,7 @@
 
 #include "editing_model.h"
 #include "link/gv_connection.h"
+#include "model/show_file_io.h"
 
 #include <QSet>
 
@@ -33,6 +34,28 @@ ShowFile exportShowFile(const GVConnection& connection)
     file.buttonCount = connection.buttonCount();
     file.buttons = loadedButtons(connection);
     return file;
+}
+
+bool isCsvShowFile(const QString& path)
+{
+    return path.endsWith(u".csv"_s, Qt::CaseInsensitive);
+}
+
+ImportFile readImportFile(const QString& path, int buttonCount)
+{
+    const ShowFileBytes bytes = readShowFileBytes(path);
+    if (!bytes.bytes)
+        return {std::nullopt, u"Could not read "_s + path + u": "_s + bytes.problem};
+    ShowFileResult read =
+        isCsvShowFile(path) ? readShowCsv(*bytes.bytes, buttonCount) : readShowJson(*bytes.bytes);
+    if (read.file)
+        return {std::move(read.file), QString()};
+    // Enough to find the fault without a box taller than the screen.
+    constexpr qsizetype shownProblems = 12;
+    QStringList problems;
+    for (const ShowFileProblem& problem : read.problems.mid(0, shownProblems))
+        problems.append(problem.text());
+    return {std::nullopt, u"The file was not imported:\n\n"_s + problems.join(u'\n')};
 }
 
 ImportPlan planImport(const ShowFile& file, const GVConnection& connection)

@@ -3,6 +3,7 @@
 #include "model/show_file.h"
 
 #include <QStringList>
+#include <optional>
 
 namespace quorvane {
 
@@ -11,6 +12,17 @@ class GVConnection;
 
 // The show file of what the connection has loaded at its button count: every loaded bus.
 ShowFile exportShowFile(const GVConnection& connection);
+
+// A show file is CSV when its name ends in ".csv", else JSON.
+bool isCsvShowFile(const QString& path);
+
+// The show file at `path`, read for import at the panel's `buttonCount` (a CSV file carries
+// none), or `refusal`: why not, in a few lines for a message box.
+struct ImportFile {
+    std::optional<ShowFile> file;
+    QString refusal;
+};
+ImportFile readImportFile(const QString& path, int buttonCount);
 
 // What importing a show file would do: the buttons whose source differs on loaded buses.
 struct ImportPlan {

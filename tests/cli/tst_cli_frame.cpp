@@ -4,6 +4,7 @@
 #include "cli_runner.h"
 #include "frame_emulator.h"
 #include "model/show_file.h"
+#include "model/show_file_io.h"
 #include "model/source_labels.h"
 
 #include <QRegularExpression>
@@ -469,6 +470,102 @@ private Q_SLOTS:
         QCOMPARE(absent.status, 2);
         QVERIFY(absent.err.startsWith(u"quorvane-cli: cannot read "_s + missing + u": "_s));
         QCOMPARE(absent.errLines().size(), 1);
+        QVERIFY(frame.received().isEmpty());
+    }
+
+    // Show files are user input: each of these gives exit 2 and one line, and the frame hears
+    // nothing, neither from diff nor from apply.
+    void aHostileFileIsRefusedBeforeConnecting_data()
+    {
+        QTest::addColumn<QString>("name"); // in a temporary folder, or an absolute path to read
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<qint64>("sparseSize"); // instead of the content, when not 0
+        QTest::addColumn<QString>("problem");   // after "quorvane-cli: <path> "
+
+        const QString json = u"is not a valid JSON show file: "_s;
+        const QString csv = u"is not a valid CSV show file: "_s;
+        const QByteArray mark = "\xEF\xBB\xBF"_ba;
+        const QByteArray head = "bus,shift,button,source,name\n"_ba;
+        const QByteArray showHead = R"({ "format": "quorvane-show", "version": 1,
+  "frame": { "name": "", "version": "", "address": "" }, "suite": 1, "buttonCount": 35,
+  "buttons": [ )"_ba;
+
+        QTest::newRow("two byte order marks")
+            << u"marks.json"_s << mark + mark + "{}" << qint64{0}
+            << json + u"line 1: the file starts with 2 byte order marks; one at most may stand "
+                      u"before the text"_s;
+        QTest::newRow("empty JSON")
+            << u"empty.json"_s << QByteArray() << qint64{0} << json + u"the file is empty"_s;
+        QTest::newRow("white space CSV")
+            << u"blank.csv"_s << " \r\n\t"_ba << qint64{0} << csv + u"the file is empty"_s;
+        QTest::newRow("lone surrogate")
+            << u"surrogate.json"_s
+            << showHead +
+                   R"({ "bus": "PGM", "shift": 1, "button": 1, "source": 7, "name": "\ud800" } ] })"
+            << qint64{0}
+            << json + u"line 3 (buttons[0]): \"name\" holds a lone surrogate, which is no "
+                      u"character: \"\\ud800\""_s;
+        QTest::newRow("deep nesting")
+            << u"deep.json"_s << QByteArray(5000, '[') + QByteArray(5000, ']') << qint64{0}
+            << json + u"line 1: not valid JSON: too deeply nested "
+                      u"document"_s;
+        QTest::newRow("huge number")
+            << u"huge.json"_s
+            << showHead +
+                   R"({ "bus": "PGM", "shift": 1, "button": 1, "source": 1e999, "name": "" } ] })"
+            << qint64{0} << json + u"line 3: not valid JSON: illegal number"_s;
+        QTest::newRow("not UTF-8") << u"latin1.csv"_s
+                                   << head + "PGM,1,1,7,S\xfc"
+                                             "d\n"
+                                   << qint64{0} << csv + u"line 2: the text is not valid UTF-8"_s;
+        QTest::newRow("line break in a bus")
+            << u"bus.csv"_s << head + "\"PGM\nME1\",1,1,7,x\n"
+            << qint64{0}
+            << csv + u"line 2: unknown bus \"PGM\\nME1\" (the buses are ME1, ME2, ME3, ME4, PGM, "
+                     u"AUX)"_s;
+        QTest::newRow("duplicate button")
+            << u"twice.csv"_s << head + "PGM,1,1,7,x\nPGM,1,1,8,y\n"
+            << qint64{0}
+            << csv + u"line 3: PGM shift 1 button 1 is listed twice (first at line 2)"_s;
+        QTest::newRow("unknown key")
+            << u"colour.json"_s
+            << showHead +
+                   R"({ "bus": "PGM", "shift": 1, "button": 1, "source": 7, "name": "", "colour": "red" } ] })"
+            << qint64{0} << json + u"line 3 (buttons[0]): unknown key \"colour\""_s;
+        QTest::newRow("larger than the bound")
+            << u"huge.csv"_s << QByteArray() << maxShowFileSize + 1
+            << u"the file is larger than 16 MiB, far more than any show file"_s;
+        QTest::newRow("a device that never ends")
+            << u"/dev/zero"_s << QByteArray() << qint64{0}
+            << u"the file is larger than 16 MiB, far more than any show file"_s;
+    }
+
+    void aHostileFileIsRefusedBeforeConnecting()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, content);
+        QFETCH(qint64, sparseSize);
+        QFETCH(QString, problem);
+        FrameEmulator frame;
+        QVERIFY(start(frame));
+        QTemporaryDir dir;
+        const QString path = name.startsWith(u'/') ? name : dir.filePath(name);
+        if (!name.startsWith(u'/'))
+            save(path, content);
+        if (sparseSize > 0)
+            QVERIFY(QFile::resize(path, sparseSize));
+        // A file that cannot be read at all says so; one that is read names what is wrong.
+        const QString line =
+            sparseSize > 0 || name.startsWith(u'/')
+                ? QString(u"quorvane-cli: cannot read "_s + path + u": "_s + problem)
+                : QString(u"quorvane-cli: "_s + path + u' ' + problem);
+
+        for (const QString& command : {u"diff"_s, u"apply"_s}) {
+            const ToolRun run = runTool(quietly({command, path, u"--host"_s, host}));
+            QCOMPARE(run.status, 2);
+            QCOMPARE(run.out, QString());
+            QCOMPARE(run.err, line + u'\n');
+        }
         QVERIFY(frame.received().isEmpty());
     }
 

@@ -93,6 +93,8 @@ QStringList problemTexts(const ShowFileResult& result)
 
 const QString busList = u"(the buses are ME1, ME2, ME3, ME4, PGM, AUX)"_s;
 
+const QByteArray byteOrderMark = "\xEF\xBB\xBF"_ba;
+
 } // namespace
 
 class TestShowFile : public QObject {
@@ -189,6 +191,9 @@ private Q_SLOTS:
         QTest::newRow("blanks kept") << u"  padded  "_s;
         QTest::newRow("looks like a row") << u"ME1,1,1,5,x\nPGM,1,1,5,y"_s;
         QTest::newRow("looks like json") << u"\" }, { \"bus\": \"PGM"_s;
+        QTest::newRow("byte order mark first") << u"\ufeffCAM 7"_s;
+        QTest::newRow("only a byte order mark") << u"\ufeff"_s;
+        QTest::newRow("NUL") << u"A"_s + QChar(u'\0') + u"B"_s;
     }
 
     void roundTrip()
@@ -317,13 +322,53 @@ private Q_SLOTS:
 
     void byteOrderMarkIsSkipped()
     {
-        const QByteArray mark = "\xEF\xBB\xBF"_ba;
-        const ShowFileResult json = readShowJson(mark + sampleJson);
+        const ShowFileResult json = readShowJson(byteOrderMark + sampleJson);
         QVERIFY(json.file);
         QCOMPARE(*json.file, sampleFile());
-        const ShowFileResult csv = readShowCsv(mark + sampleCsv, 20);
+        const ShowFileResult csv = readShowCsv(byteOrderMark + sampleCsv, 20);
         QVERIFY(csv.file);
         QCOMPARE(csv.file->buttons, sampleFile().buttons);
+    }
+
+    // A name reads the same from either format, however it was typed: QJsonDocument on its own
+    // drops a byte order mark that opens a string.
+    void aByteOrderMarkOpeningANameIsKept_data()
+    {
+        QTest::addColumn<QByteArray>("typed");
+        QTest::newRow("as UTF-8") << byteOrderMark + "CAM 7";
+        QTest::newRow("escaped") << "\\ufeffCAM 7"_ba;
+        QTest::newRow("escaped in capitals") << "\\uFEFFCAM 7"_ba;
+    }
+
+    void aByteOrderMarkOpeningANameIsKept()
+    {
+        QFETCH(QByteArray, typed);
+        const QString name = u"\ufeffCAM 7"_s;
+        const ShowFileResult json = readShowJson(sampleJsonWith("\"CAM 7\"", '"' + typed + '"'));
+        QCOMPARE(problemTexts(json), QStringList());
+        QCOMPARE(json.file->buttons[2].name, name);
+
+        const QByteArray csv =
+            QByteArray(sampleCsv).replace(",CAM 7", QByteArray(',' + byteOrderMark + "CAM 7"));
+        const ShowFileResult fromCsv = readShowCsv(csv, 20);
+        QCOMPARE(problemTexts(fromCsv), QStringList());
+        QCOMPARE(fromCsv.file->buttons[2].name, name);
+    }
+
+    // Control characters are text like any other, NUL included: JSON may hold them raw or
+    // escaped, CSV raw.
+    void aNulByteInANameIsKept()
+    {
+        const QString name = u"CAM"_s + QChar(u'\0') + u"7"_s;
+        const QByteArray raw = "CAM"_ba.append('\0').append('7');
+        for (const QByteArray& typed : {raw, "CAM\\u00007"_ba}) {
+            const ShowFileResult json = readShowJson(sampleJsonWith("CAM 7", typed));
+            QCOMPARE(problemTexts(json), QStringList());
+            QCOMPARE(json.file->buttons[2].name, name);
+        }
+        const ShowFileResult csv = readShowCsv(QByteArray(sampleCsv).replace("CAM 7", raw), 20);
+        QCOMPARE(problemTexts(csv), QStringList());
+        QCOMPARE(csv.file->buttons[2].name, name);
     }
 
     void wholeNumbersMayBeWrittenAsDecimals()
@@ -468,6 +513,64 @@ private Q_SLOTS:
         QTest::newRow("escaped key given twice")
             << sampleJsonWith(R"("source": 0,)", R"("source": 0, "s\u006furce": 0,)")
             << QStringList(u"line 9 (buttons[1]): key \"source\" is given twice"_s);
+
+        // Hostile files: each is one clear line, never a crash.
+        QTest::newRow("two byte order marks")
+            << byteOrderMark + byteOrderMark + "{}"
+            << QStringList(u"line 1: the file starts with 2 byte order marks; one at most may "
+                           u"stand before the text"_s);
+        QTest::newRow("three byte order marks before a good file")
+            << byteOrderMark + byteOrderMark + byteOrderMark + sampleJson
+            << QStringList(u"line 1: the file starts with 3 byte order marks; one at most may "
+                           u"stand before the text"_s);
+        QTest::newRow("only a byte order mark") << byteOrderMark + " \n"
+                                                << QStringList(u"the file is empty"_s);
+        QTest::newRow("a byte order mark after white space")
+            << "\n"_ba + byteOrderMark + "{}"
+            << QStringList(u"line 2: not valid JSON: illegal value"_s);
+        QTest::newRow("lone surrogate in a name")
+            << sampleJsonWith(R"("name": "CAM 7")", R"("name": "CAM \ud800 7")")
+            << QStringList(u"line 10 (buttons[2]): \"name\" holds a lone surrogate, which is no "
+                           u"character: \"CAM \\ud800 7\""_s);
+        QTest::newRow("lone low surrogate in the frame's name")
+            << sampleJsonWith("KF-STUDIO-A", R"(\udc00)")
+            << QStringList(u"line 4 (frame): \"name\" holds a lone surrogate, which is no "
+                           u"character: \"\\udc00\""_s);
+        QTest::newRow("surrogates the wrong way round")
+            << sampleJsonWith(R"("name": "CAM 7")", R"("name": "\udc00\ud800")")
+            << QStringList(u"line 10 (buttons[2]): \"name\" holds a lone surrogate, which is no "
+                           u"character: \"\\udc00\\ud800\""_s);
+        QTest::newRow("nested deeper than JSON readers go")
+            << QByteArray(2000, '[') + QByteArray(2000, ']')
+            << QStringList(u"line 1: not valid JSON: too deeply nested document"_s);
+        QTest::newRow("nested deep in a button")
+            << sampleJsonWith(R"("name": "CAM 7")",
+                              "\"name\": " + QByteArray(500, '[') + QByteArray(500, ']'))
+            << QStringList(u"line 10 (buttons[2]): \"name\" must be text, found a list"_s);
+        QTest::newRow("a number beyond any double")
+            << sampleJsonWith(R"("source": 0)", R"("source": 1e400)")
+            << QStringList(u"line 9: not valid JSON: illegal number"_s);
+        QTest::newRow("a whole number of 400 digits")
+            << sampleJsonWith(R"("source": 0)", "\"source\": " + QByteArray(400, '9'))
+            << QStringList(u"line 9: not valid JSON: illegal number"_s);
+        QTest::newRow("a NUL byte between values")
+            << sampleJsonWith(R"("suite": 2,)", R"("suite": 2,)"_ba.append('\0'))
+            << QStringList(u"line 5: not valid JSON: unterminated object"_s);
+        QTest::newRow("line break in an unknown bus")
+            << sampleJsonWith(R"("bus": "PGM")", R"("bus": "PGM\n\tX\u0000\u2028")")
+            << QStringList(u"line 10 (buttons[2]): unknown bus \"PGM\\n\\tX\\u0000\\u2028\" "_s +
+                           busList);
+        QTest::newRow("a very long unknown bus")
+            << sampleJsonWith(R"("bus": "PGM")", "\"bus\": \"" + QByteArray(100'000, 'X') + '"')
+            << QStringList(u"line 10 (buttons[2]): unknown bus \""_s + QString(40, u'X') +
+                           u"\u2026\" "_s + busList);
+        QTest::newRow("line breaks in an unknown key")
+            << sampleJsonWith(R"("suite": 2,)", R"("suite": 2, "a\nb\r": 1,)")
+            << QStringList(u"line 5: unknown key \"a\\nb\\r\""_s);
+        QTest::newRow("a key given twice under a key with a line break")
+            << sampleJsonWith(R"("suite": 2,)", R"("suite": 2, "x\ny": { "a": 1, "a": 2 },)")
+            << QStringList({u"line 5: unknown key \"x\\ny\""_s,
+                            u"line 5 (x\\ny): key \"a\" is given twice"_s});
     }
 
     void refusesJson()
@@ -629,9 +732,27 @@ private Q_SLOTS:
             << "Bus,Shift,Button,Source,Name\nME1,1,1,5,x\n"_ba << 20
             << QStringList(u"line 1: the first line must be the header "
                            u"\"bus,shift,button,source,name\""_s);
-        QTest::newRow("empty") << QByteArray() << 20
-                               << QStringList(u"line 1: the first line must be the header "
-                                              u"\"bus,shift,button,source,name\""_s);
+        QTest::newRow("empty") << QByteArray() << 20 << QStringList(u"the file is empty"_s);
+        QTest::newRow("only white space")
+            << " \r\n\t\n"_ba << 20 << QStringList(u"the file is empty"_s);
+        QTest::newRow("only a byte order mark")
+            << byteOrderMark << 20 << QStringList(u"the file is empty"_s);
+        QTest::newRow("two byte order marks")
+            << byteOrderMark + byteOrderMark + head << 20
+            << QStringList(u"line 1: the file starts with 2 byte order marks; one at most may "
+                           u"stand before the text"_s);
+        QTest::newRow("line break in an unknown bus")
+            << head + "\"PGM\n\x01\",1,1,5,x\n"
+            << 20 << QStringList(u"line 2: unknown bus \"PGM\\n\\u0001\" "_s + busList);
+        QTest::newRow("a very long number")
+            << head + "ME1,1," + QByteArray(100'000, '9') + ",5,x\n"
+            << 20
+            << QStringList(u"line 2: button "_s + QString(40, u'9') + u"\u2026 is outside 1-20"_s);
+        QTest::newRow("a very long text for a number")
+            << head + "ME1,1,1," + QByteArray(1000, 'x') + ",x\n"
+            << 20
+            << QStringList(u"line 2: source \""_s + QString(40, u'x') +
+                           u"\u2026\" is not a whole number"_s);
         QTest::newRow("quoted field never closed")
             << head + "ME1,1,1,5,x\nME1,1,2,5,\"CAM\n5\nME1,1,3,5,x\n"
             << 20 << QStringList(u"line 3: a quoted field is never closed"_s);

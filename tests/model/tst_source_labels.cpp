@@ -62,7 +62,9 @@ private Q_SLOTS:
         QTest::newRow("empty label keeps earlier")
             << u"h\n700,Black\n700,\n"_s << InternalSourceLabels{{700, u"Black"_s}};
         QTest::newRow("plus sign") << u"h\n+12,Plus\n"_s << InternalSourceLabels{{12, u"Plus"_s}};
-        QTest::newRow("minus sign") << u"h\n-3,Minus\n"_s << InternalSourceLabels{{-3, u"Minus"_s}};
+        QTest::newRow("minus sign")
+            << u"h\n-3,Minus\n701,Bars\n"_s << InternalSourceLabels{{701, u"Bars"_s}};
+        QTest::newRow("minus zero") << u"h\n-0,Zero\n"_s << InternalSourceLabels{};
         QTest::newRow("leading zeros")
             << u"h\n0700,Black\n"_s << InternalSourceLabels{{700, u"Black"_s}};
         QTest::newRow("trailing letter") << u"h\n12x,Bad\n"_s << InternalSourceLabels{};
@@ -72,8 +74,16 @@ private Q_SLOTS:
         QTest::newRow("sign alone") << u"h\n+,Bad\n"_s << InternalSourceLabels{};
         QTest::newRow("empty number") << u"h\n,Bad\n"_s << InternalSourceLabels{};
         QTest::newRow("too large") << u"h\n99999999999,Bad\n"_s << InternalSourceLabels{};
-        QTest::newRow("largest int")
-            << u"h\n2147483647,Max\n"_s << InternalSourceLabels{{2147483647, u"Max"_s}};
+        // Only source numbers carry labels: 0 is an unassigned button, and the frame's source
+        // numbers are 16-bit.
+        QTest::newRow("source numbers")
+            << u"h\n0,Zero\n1,First\n65535,Last\n65536,Past\n"_s
+            << InternalSourceLabels{{1, u"First"_s}, {65535, u"Last"_s}};
+        QTest::newRow("largest int") << u"h\n2147483647,Max\n"_s << InternalSourceLabels{};
+        // Read as 32 bits, these would wrap to 700 and -700.
+        QTest::newRow("wraps around 32 bits")
+            << u"h\n4294967996,Wraps\n4294966596,Wraps\n18446744073709551616,Wraps\n"_s
+            << InternalSourceLabels{};
         QTest::newRow("quotes are text")
             << u"h\n700,\"Black\"\n"_s << InternalSourceLabels{{700, u"\"Black\""_s}};
         QTest::newRow("non-ASCII label")

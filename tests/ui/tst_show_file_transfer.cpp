@@ -4,9 +4,20 @@
 #include "link_fixture.h"
 #include "show_file_transfer.h"
 
+#include <QFile>
+#include <QTemporaryDir>
+
 using namespace Qt::StringLiterals;
 using namespace quorvane;
 using namespace quorvane::test;
+
+namespace {
+bool save(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+} // namespace
 
 class TestShowFileTransfer : public QObject {
     Q_OBJECT
@@ -68,6 +79,76 @@ private Q_SLOTS:
         narrow.buttonCount = 20;
         QCOMPARE(planImport(narrow, *link.connection).refusal,
                  u"The file is for 20-button rows; switch the panel to 20 buttons first."_s);
+    }
+
+    void anImportFileIsReadByItsExtension()
+    {
+        QTemporaryDir dir;
+        const QList<ShowButton> buttons{{Bus::aux, 2, 20, 1042, u"\ufeffCAM 7"_s}};
+        const QString csv = dir.filePath(u"show.CSV"_s);
+        QVERIFY(save(csv, writeShowCsv(buttons)));
+        const ImportFile fromCsv = readImportFile(csv, 20);
+        QCOMPARE(fromCsv.refusal, QString());
+        QVERIFY(fromCsv.file);
+        QCOMPARE(fromCsv.file->buttonCount, 20);
+        QCOMPARE(fromCsv.file->buttons, buttons);
+
+        ShowFile show;
+        show.buttonCount = 20;
+        show.buttons = buttons;
+        const QString json = dir.filePath(u"show.json"_s);
+        QVERIFY(save(json, writeShowJson(show)));
+        const ImportFile fromJson = readImportFile(json, 35);
+        QCOMPARE(fromJson.refusal, QString());
+        QCOMPARE(fromJson.file, show);
+    }
+
+    // The app shows the refusal in a message box and writes nothing.
+    void aHostileImportFileIsRefused_data()
+    {
+        QTest::addColumn<QString>("name"); // in a temporary folder, or an absolute path to read
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("refusal"); // %1 is the path
+
+        QTest::newRow("two byte order marks")
+            << u"marks.json"_s << "\xEF\xBB\xBF\xEF\xBB\xBF{}"_ba
+            << u"The file was not imported:\n\nline 1: the file starts with 2 byte order marks; "
+               u"one at most may stand before the text"_s;
+        QTest::newRow("empty CSV") << u"empty.csv"_s << QByteArray()
+                                   << u"The file was not imported:\n\nthe file is empty"_s;
+        QTest::newRow("a device that never ends")
+            << u"/dev/zero"_s << QByteArray()
+            << u"Could not read %1: the file is larger than 16 MiB, far more than any show file"_s;
+    }
+
+    void aHostileImportFileIsRefused()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, content);
+        QFETCH(QString, refusal);
+        QTemporaryDir dir;
+        const QString path = name.startsWith(u'/') ? name : dir.filePath(name);
+        if (!name.startsWith(u'/'))
+            QVERIFY(save(path, content));
+        const ImportFile read = readImportFile(path, 20);
+        QVERIFY(!read.file);
+        QCOMPARE(read.refusal, QString(refusal).replace(u"%1"_s, path));
+    }
+
+    void aRefusalShowsTheFirstTwelveProblems()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"many.csv"_s);
+        QByteArray csv = "bus,shift,button,source,name\n"_ba;
+        for (int row = 0; row < 20; ++row)
+            csv += "PVW,1,1,7,x\n";
+        QVERIFY(save(path, csv));
+        const ImportFile read = readImportFile(path, 20);
+        QVERIFY(!read.file);
+        const QStringList lines = read.refusal.split(u'\n');
+        QCOMPARE(lines.size(), 2 + 12);
+        QCOMPARE(lines.last(), u"line 13: unknown bus \"PVW\" (the buses are ME1, ME2, ME3, ME4, "
+                               u"PGM, AUX)"_s);
     }
 };
 
