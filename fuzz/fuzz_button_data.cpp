@@ -1,6 +1,6 @@
 // Button data: whatever the datagram holds, the table afterwards has only buttons of the current
-// panel width, each under its own key, none with a reserved source or source 0, and the buttons
-// of other widths are left exactly as they were.
+// panel width, each under its own key, none with a reserved source or source 0, the buttons of
+// other widths are left exactly as they were, and every answer reported is a button of the width.
 #include "diagnostics/debug_logger.h"
 #include "fuzz_support.h"
 #include "model/button_data_decoder.h"
@@ -40,7 +40,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     logger.setEcho(nullptr);
     const MappingTable before = loadedTable(width, otherWidth);
     MappingTable mappings = before;
-    parseButtonData(datagram, width, mappings, logger);
+    const ButtonDataResult result = parseButtonData(datagram, width, mappings, logger);
+
+    // Every answer names a button of the current width; one that stores or removes something
+    // is among them.
+    for (const ButtonAnswer& answer : result.answers) {
+        FUZZ_CHECK(answer.shift >= 1 && answer.shift <= 4);
+        FUZZ_CHECK(answer.button >= 1 && answer.button <= width);
+    }
+    FUZZ_CHECK(!result.mappingsChanged || !result.answers.isEmpty());
 
     for (auto it = mappings.cbegin(); it != mappings.cend(); ++it) {
         const ButtonMapping& mapping = it.value();

@@ -547,7 +547,7 @@ private Q_SLOTS:
         QFETCH(qint64, sparseSize);
         QFETCH(QString, problem);
         FrameEmulator frame;
-        QVERIFY(start(frame));
+        QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = name.startsWith(u'/') ? name : dir.filePath(name);
         if (!name.startsWith(u'/'))
