@@ -8,11 +8,11 @@
 #include "window_geometry.h"
 #include "window_style.h"
 
-#include <QFile>
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QSaveFile>
 #include <QScreen>
 
 using namespace Qt::StringLiterals;
@@ -52,14 +52,20 @@ void MainWindow::exportMappings()
                                  u"Nothing to export yet: connect and load a bus first."_s);
         return;
     }
+    const ShowExport exported = exportShowFile(connection);
+    if (!exported.file) {
+        QMessageBox::warning(this, u"Export Mappings"_s, exported.refusal);
+        return;
+    }
     const QString path = QFileDialog::getSaveFileName(
         this, u"Export Mappings"_s, u"show.json"_s, u"Show files (*.json);;Spreadsheets (*.csv)"_s);
     if (path.isEmpty())
         return;
-    const ShowFile file = exportShowFile(connection);
-    QFile out(path);
-    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
-        out.write(isCsvShowFile(path) ? writeShowCsv(file.buttons) : writeShowJson(file)) < 0) {
+    const ShowFile& file = *exported.file;
+    const QByteArray bytes = isCsvShowFile(path) ? writeShowCsv(file.buttons) : writeShowJson(file);
+    // Written beside the old file and put in its place whole, or not at all.
+    QSaveFile out(path);
+    if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.commit()) {
         QMessageBox::warning(this, u"Export Mappings"_s,
                              u"Could not write "_s + path + u": "_s + out.errorString());
     }

@@ -3,7 +3,7 @@
 #include "commands.h"
 #include "comparison.h"
 #include "diagnostics/debug_logger.h"
-#include "frame_reading.h"
+#include "link/frame_reading.h"
 #include "report_lines.h"
 #include "show_io.h"
 #include "unknown_report.h"

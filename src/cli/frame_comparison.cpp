@@ -1,7 +1,7 @@
 #include "frame_comparison.h"
 
 #include "diagnostics/debug_logger.h"
-#include "frame_reading.h"
+#include "link/frame_reading.h"
 #include "show_io.h"
 #include "unknown_report.h"
 

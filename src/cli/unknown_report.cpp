@@ -1,6 +1,6 @@
 #include "unknown_report.h"
 
-#include "frame_reading.h"
+#include "link/frame_reading.h"
 
 using namespace Qt::StringLiterals;
 

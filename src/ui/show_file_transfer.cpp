@@ -1,6 +1,7 @@
 #include "show_file_transfer.h"
 
 #include "editing_model.h"
+#include "link/frame_reading.h"
 #include "link/gv_connection.h"
 #include "model/show_file_io.h"
 
@@ -11,29 +12,43 @@ using namespace Qt::StringLiterals;
 namespace quorvane {
 
 namespace {
-QList<ShowButton> loadedButtons(const GVConnection& connection)
+QList<Bus> loadedBuses(const GVConnection& connection)
 {
-    const int count = connection.buttonCount();
-    QList<ShowButton> buttons = showButtons(connection.mappings(), count, [&](int source) {
-        return connection.displayName(source).value_or(QString());
-    });
-    buttons.removeIf([&](const ShowButton& button) {
-        return !connection.subscribedModes().contains(modeKey(button.bus, count));
-    });
-    return buttons;
+    QList<Bus> buses;
+    for (Bus bus : allBuses) {
+        if (connection.subscribedModes().contains(modeKey(bus, connection.buttonCount())))
+            buses.append(bus);
+    }
+    return buses;
+}
+
+QString unknownButtons(const FrameReading& reading, const QString& what)
+{
+    return what +
+           u" the frame has not answered for these buttons, so what they hold is "
+           u"unknown:\n\n"_s +
+           unknownButtonLines(reading.unknown).join(u'\n') +
+           u"\n\nDisconnect and connect again to read them anew."_s;
 }
 } // namespace
 
-ShowFile exportShowFile(const GVConnection& connection)
+ShowExport exportShowFile(const GVConnection& connection)
 {
+    const FrameReading reading = readFrame(
+        connection, loadedBuses(connection), connection.buttonCount(), [&](qint64 source) {
+            return source <= maxShowSource ? connection.displayName(int(source)).value_or(QString())
+                                           : QString();
+        });
+    if (!reading.isComplete())
+        return {std::nullopt, unknownButtons(reading, u"Nothing was exported:"_s)};
     ShowFile file;
     file.frameName = connection.frameName();
     file.frameVersion = connection.frameVersion();
     file.frameAddress = connection.targetHost();
     file.suite = connection.selectedSuite();
     file.buttonCount = connection.buttonCount();
-    file.buttons = loadedButtons(connection);
-    return file;
+    file.buttons = reading.assigned;
+    return {file, QString()};
 }
 
 bool isCsvShowFile(const QString& path)
@@ -80,14 +95,18 @@ ImportPlan planImport(const ShowFile& file, const GVConnection& connection)
         else
             skipped.insert(busName(button.bus));
     }
-    QList<ShowButton> current = loadedButtons(connection);
     // Only the buses the file speaks of are compared.
-    QSet<QString> fileBuses;
-    for (const ShowButton& button : wanted)
-        fileBuses.insert(busName(button.bus));
-    current.removeIf(
-        [&](const ShowButton& button) { return !fileBuses.contains(busName(button.bus)); });
-    plan.writes = differences(current, wanted);
+    QList<Bus> fileBuses;
+    for (const ShowButton& button : wanted) {
+        if (!fileBuses.contains(button.bus))
+            fileBuses.append(button.bus);
+    }
+    const FrameReading current = readFrame(connection, fileBuses, count);
+    if (!current.isComplete()) {
+        plan.refusal = unknownButtons(current, u"Nothing was imported:"_s);
+        return plan;
+    }
+    plan.writes = differences(current.assigned, wanted);
     plan.skippedBuses = QStringList(skipped.cbegin(), skipped.cend());
     plan.skippedBuses.sort();
     return plan;

@@ -10,8 +10,14 @@ namespace quorvane {
 class EditingModel;
 class GVConnection;
 
-// The show file of what the connection has loaded at its button count: every loaded bus.
-ShowFile exportShowFile(const GVConnection& connection);
+// The show file of what the connection has loaded at its button count: every loaded bus, or
+// `refusal` when the frame has not answered for some of their buttons (a backup with unknown
+// buttons would pass them off as unassigned).
+struct ShowExport {
+    std::optional<ShowFile> file;
+    QString refusal;
+};
+ShowExport exportShowFile(const GVConnection& connection);
 
 // A show file is CSV when its name ends in ".csv", else JSON.
 bool isCsvShowFile(const QString& path);
@@ -24,7 +30,9 @@ struct ImportFile {
 };
 ImportFile readImportFile(const QString& path, int buttonCount);
 
-// What importing a show file would do: the buttons whose source differs on loaded buses.
+// What importing a show file would do: the buttons whose source differs on loaded buses. It is
+// refused while the frame has not answered for some button of those buses: what it holds is
+// unknown, so neither writing it nor leaving it would be known to be right.
 struct ImportPlan {
     QList<ShowDifference> writes;
     QStringList skippedBuses; // in the file but not loaded: nothing is known of them yet

@@ -33,7 +33,10 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(link.connection->connectionState(), ConnectionState::connected,
                                   10'000);
 
-        const ShowFile exported = exportShowFile(*link.connection);
+        const ShowExport exportedOrNot = exportShowFile(*link.connection);
+        QCOMPARE(exportedOrNot.refusal, QString());
+        QVERIFY(exportedOrNot.file);
+        const ShowFile& exported = *exportedOrNot.file;
         QCOMPARE(exported.frameName, u"K-Frame XP"_s);
         QCOMPARE(exported.frameAddress, u"127.0.0.1"_s);
         QCOMPARE(exported.suite, 2);
@@ -79,6 +82,32 @@ private Q_SLOTS:
         narrow.buttonCount = 20;
         QCOMPARE(planImport(narrow, *link.connection).refusal,
                  u"The file is for 20-button rows; switch the panel to 20 buttons first."_s);
+    }
+
+    void unknownButtonsAreNeitherExportedNorImportedOver()
+    {
+        emulator::FrameEmulatorOptions options;
+        options.faults.silentButtons = {{Bus::pgm, 35, 2, 7}, {Bus::pgm, 35, 2, 8}};
+        LinkFixture link(options);
+        QVERIFY(link.startFrame());
+        EditingModel model(*link.connection);
+        link.connection->connect(u"127.0.0.1"_s, 1, 35);
+        QTRY_COMPARE_WITH_TIMEOUT(link.connection->connectionState(), ConnectionState::connected,
+                                  10'000);
+        const QString unknown = u"the frame has not answered for these buttons, so what they "
+                                u"hold is unknown:\n\nPGM shift 2: buttons 7-8\n\nDisconnect and "
+                                u"connect again to read them anew."_s;
+
+        const ShowExport exported = exportShowFile(*link.connection);
+        QVERIFY(!exported.file);
+        QCOMPARE(exported.refusal, u"Nothing was exported: "_s + unknown);
+
+        const ShowFile file{{}, {}, {}, 1, 35, {{Bus::pgm, 1, 1, 901, {}}}};
+        const ImportPlan plan = planImport(file, *link.connection);
+        QCOMPARE(plan.refusal, u"Nothing was imported: "_s + unknown);
+        QVERIFY(plan.writes.isEmpty());
+        QCOMPARE(applyImport(plan, model), 0);
+        QVERIFY(link.sentBy(emulator::ClientMessageKind::writeRequest).isEmpty());
     }
 
     void anImportFileIsReadByItsExtension()

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "link/gv_connection.h"
+#include "gv_connection.h"
 #include "model/show_file.h"
 
 #include <QList>
 #include <QStringList>
 #include <functional>
 
-namespace quorvane::cli {
+namespace quorvane {
 
 // What the frame has told about the buttons of some buses at one button count, from its
 // answers alone: a button it has not answered for is unknown, never taken for unassigned.
@@ -24,4 +24,4 @@ FrameReading readFrame(const GVConnection& connection, const QList<Bus>& buses, 
 // The unknown buttons, one line per shift row with runs joined: "ME2 shift 3: buttons 17-20".
 QStringList unknownButtonLines(const QList<ShowButton>& unknown);
 
-} // namespace quorvane::cli
+} // namespace quorvane

@@ -2,7 +2,7 @@
 
 #include "model/button_runs.h"
 
-namespace quorvane::cli {
+namespace quorvane {
 
 namespace {
 // "No assignment" answers leave nothing assigned, like an answer of 0.
@@ -49,4 +49,4 @@ QStringList unknownButtonLines(const QList<ShowButton>& unknown)
     return lines;
 }
 
-} // namespace quorvane::cli
+} // namespace quorvane
