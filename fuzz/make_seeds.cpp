@@ -178,10 +178,10 @@ void writeShowFiles(SeedWriter& seeds, const Show& show)
     named.buttons[2].name = u"two\nlines"_s;
     seeds.write(u"show_json"_s, u"aux-15"_s, writeShowJson(small));
     seeds.write(u"show_json"_s, u"names"_s, writeShowJson(named));
-    seeds.write(u"show_csv"_s, u"aux-15"_s, widthByte(15) + writeShowCsv(small.buttons));
-    seeds.write(u"show_csv"_s, u"names"_s, widthByte(15) + writeShowCsv(named.buttons));
+    seeds.write(u"show_csv"_s, u"aux-15"_s, widthByte(15) + writeShowCsv(small));
+    seeds.write(u"show_csv"_s, u"names"_s, widthByte(15) + writeShowCsv(named));
     const ShowFile wide = demoShowFile(show, 35, {Bus::pgm});
-    seeds.write(u"show_csv"_s, u"pgm-35"_s, widthByte(35) + writeShowCsv(wide.buttons));
+    seeds.write(u"show_csv"_s, u"pgm-35"_s, widthByte(35) + writeShowCsv(wide));
     for (const auto& [name, bytes] : hostileShowFiles) {
         seeds.write(u"show_json"_s, name, bytes);
         seeds.write(u"show_csv"_s, name, widthByte(20) + bytes);

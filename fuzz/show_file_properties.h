@@ -55,8 +55,10 @@ inline void checkShowFileResult(const ShowFileResult& result, QByteArrayView inp
 
     const ShowFileResult json = readShowJson(writeShowJson(file));
     FUZZ_CHECK(json.file == file);
-    const ShowFileResult csv = readShowCsv(writeShowCsv(file.buttons), file.buttonCount);
-    FUZZ_CHECK(csv.file && csv.file->buttons == file.buttons);
+    const ShowFileResult csv = readShowCsv(writeShowCsv(file), file.buttonCount);
+    FUZZ_CHECK(csv.file && csv.file->buttons == file.buttons && csv.file->sources == file.sources);
+    for (auto it = file.sources.cbegin(); it != file.sources.cend(); ++it)
+        FUZZ_CHECK(it.key() >= 1 && it.key() <= lastNamedSource);
 }
 
 } // namespace quorvane::fuzz

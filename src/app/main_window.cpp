@@ -62,7 +62,7 @@ void MainWindow::exportMappings()
     if (path.isEmpty())
         return;
     const ShowFile& file = *exported.file;
-    const QByteArray bytes = isCsvShowFile(path) ? writeShowCsv(file.buttons) : writeShowJson(file);
+    const QByteArray bytes = isCsvShowFile(path) ? writeShowCsv(file) : writeShowJson(file);
     // Written beside the old file and put in its place whole, or not at all.
     QSaveFile out(path);
     if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.commit()) {

@@ -1,9 +1,18 @@
 // diff: the buttons whose source differs between the frame and a show file.
 #include "frame_comparison.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace quorvane::cli {
+
+namespace {
+bool sameButton(const ShowButton& a, const ShowButton& b)
+{
+    return a.bus == b.bus && a.shift == b.shift && a.button == b.button;
+}
+} // namespace
 
 QCoro::Task<ExitCode> runDiff(CliOptions options, CommandContext context)
 {
@@ -16,6 +25,18 @@ QCoro::Task<ExitCode> runDiff(CliOptions options, CommandContext context)
     const SourceNamer names = comparison.frameNames();
     for (const ShowDifference& difference : comparison.differences)
         context.console.result(differenceLine(difference, names));
+    // Names are for people and never make a difference; still, one the frame no longer uses
+    // is worth a word.
+    for (const ShowButton& wanted : comparison.plan.file.buttons) {
+        const bool differs =
+            std::ranges::any_of(comparison.differences, [&](const ShowDifference& difference) {
+                return sameButton(difference.wanted, wanted);
+            });
+        if (differs)
+            continue;
+        if (const std::optional<QString> line = sameSourceNameLine(wanted, names))
+            context.console.result(*line);
+    }
     comparison.session->close();
 
     const qsizetype count = comparison.differences.size();

@@ -60,6 +60,7 @@ QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context)
     show.suite = target.suite;
     show.buttonCount = target.buttonCount;
     show.buttons = reading.assigned; // a dump lists the assigned buttons only
+    show.sources = link.sourceNames();
     session.close();
 
     if (!reading.isComplete()) {

@@ -33,9 +33,33 @@ QString differenceLine(const ShowDifference& difference, const SourceNamer& fram
 {
     const qint64 current = difference.current ? difference.current->source : 0;
     const QString currentName = frameName ? frameName(current) : QString();
-    return buttonText(difference.wanted) + u": frame "_s + sourceText(current, currentName) +
-           u", file "_s +
-           sourceText(difference.wanted.source, nameFor(difference.wanted, frameName));
+    QString line = buttonText(difference.wanted) + u": frame "_s +
+                   sourceText(current, currentName) + u", file "_s +
+                   sourceText(difference.wanted.source, nameFor(difference.wanted, frameName));
+    if (const std::optional<QString> note = nameNote(difference.wanted, frameName))
+        line += u"; "_s + *note;
+    return line;
+}
+
+std::optional<QString> nameNote(const ShowButton& wanted, const SourceNamer& frameName)
+{
+    if (wanted.name.isEmpty() || wanted.source == 0 || !frameName)
+        return std::nullopt;
+    const QString onFrame = frameName(wanted.source);
+    if (onFrame == wanted.name)
+        return std::nullopt;
+    const QString number = QString::number(wanted.source);
+    return u"the file names "_s + number + u" \""_s + wanted.name + u"\", "_s +
+           (onFrame.isEmpty() ? u"the frame has no name for it"_s
+                              : u"the frame \""_s + onFrame + u'"');
+}
+
+std::optional<QString> sameSourceNameLine(const ShowButton& wanted, const SourceNamer& frameName)
+{
+    const std::optional<QString> note = nameNote(wanted, frameName);
+    if (!note)
+        return std::nullopt;
+    return buttonText(wanted) + u": same source; "_s + *note;
 }
 
 QString writeLine(const TrackedWrite& write, const SourceNamer& frameName)

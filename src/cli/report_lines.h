@@ -7,6 +7,7 @@
 #include <QList>
 #include <QString>
 #include <functional>
+#include <optional>
 
 namespace quorvane::cli {
 
@@ -22,6 +23,14 @@ QString sourceText(qint64 source, const QString& name);
 // "PGM shift 2 button 3: frame 7 (CAM 7), file 1042 (VT 1)". The file's name is the one the
 // file gives; when it gives none, the frame's name for that source.
 QString differenceLine(const ShowDifference& difference, const SourceNamer& frameName);
+
+// When the file names the button's source and the frame names it otherwise:
+// "the file names 12 "CAM 12", the frame "CAM 12 WIDE"". Names never decide a comparison.
+std::optional<QString> nameNote(const ShowButton& wanted, const SourceNamer& frameName);
+
+// "PGM shift 1 button 4: same source; the file names 12 "CAM 12", the frame "CAM 12 WIDE"", for
+// a button whose source agrees but whose name does not; none otherwise.
+std::optional<QString> sameSourceNameLine(const ShowButton& wanted, const SourceNamer& frameName);
 
 // "confirmed PGM shift 2 button 3: 1042 (VT 1)", or "unconfirmed …" with what the frame said.
 QString writeLine(const TrackedWrite& write, const SourceNamer& frameName);

@@ -40,7 +40,7 @@ ShowFileRead readShowFile(const QString& path, ShowFormat format, int csvButtonC
 
 QByteArray encodeShowFile(const ShowFile& file, ShowFormat format)
 {
-    return format == ShowFormat::csv ? writeShowCsv(file.buttons) : writeShowJson(file);
+    return format == ShowFormat::csv ? writeShowCsv(file) : writeShowJson(file);
 }
 
 } // namespace quorvane::cli

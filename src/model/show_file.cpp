@@ -51,6 +51,11 @@ std::optional<QString> sourceReason(const Whole& source)
     return outside(u"source"_s, source, 0, maxShowSource);
 }
 
+std::optional<QString> namedSourceReason(const Whole& source)
+{
+    return outside(u"source"_s, source, firstSourceNumber, lastNamedSource);
+}
+
 QString unknownBusReason(const QString& text)
 {
     QStringList names;

@@ -17,13 +17,14 @@ namespace quorvane {
 // so writing is canonical (sorted, fixed key order, one button per line) and reading refuses a
 // whole file at its first doubtful byte rather than apply half of it.
 
-inline constexpr int showFileVersion = 1;
+// The JSON version written. Version 1 (no source names) is still read.
+inline constexpr int showFileVersion = 2;
 
 // The only sources a show file may hold: the frame takes a 16-bit source number on writing.
 inline constexpr qint64 maxShowSource = lastSourceNumber;
 
 // One source-select button. `source` is what gets applied; `name` only helps whoever reads the
-// file and is ignored when comparing with the frame.
+// file (it may be left out) and is ignored when comparing with the frame.
 struct ShowButton {
     Bus bus = Bus::me1;
     int shift = 1;  // 1 to 4
@@ -43,6 +44,9 @@ struct ShowFile {
     int suite = 1;
     int buttonCount = 35;
     QList<ShowButton> buttons; // in sortButtons() order once read
+    // The names the frame reported for its sources (1 to 999), so that a show can be read,
+    // printed and edited away from the frame. Never applied to a frame.
+    SourceNameTable sources;
 
     friend bool operator==(const ShowFile&, const ShowFile&) = default;
 };
@@ -51,10 +55,12 @@ struct ShowFile {
 // the order that keeps the diff of two files small.
 void sortButtons(QList<ShowButton>& buttons);
 
-// Both writers sort a copy of the buttons and write what they are given without checking it;
-// the readers are where the rules are. Text is UTF-8, lines end in LF.
+// Both writers sort a copy of the buttons and the sources and write what they are given without
+// checking it; the readers are where the rules are. Text is UTF-8, lines end in LF. CSV holds
+// the buttons, then, when there are source names, a second table of them under a header of its
+// own ("source,eng,panel,oled,menu"); it has no place for the frame, the suite or the count.
 QByteArray writeShowJson(const ShowFile& file);
-QByteArray writeShowCsv(const QList<ShowButton>& buttons);
+QByteArray writeShowCsv(const ShowFile& file);
 
 struct ShowFileProblem {
     int line = 0;  // 1-based line in the file; 0 when the problem is not in the file
@@ -75,8 +81,8 @@ struct ShowFileResult {
 
 ShowFileResult readShowJson(const QByteArray& data);
 
-// CSV carries only the buttons: the result has `buttonCount` from the caller, suite 1 and no
-// frame description.
+// CSV carries the buttons and source names only: the result has `buttonCount` from the caller,
+// suite 1 and no frame description.
 ShowFileResult readShowCsv(const QByteArray& data, int buttonCount);
 
 // The buttons of `mappings` that were read at `buttonCount` (other counts are other panels),

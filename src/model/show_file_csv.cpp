@@ -1,6 +1,8 @@
 #include "show_file.h"
 #include "show_file_rules.h"
 
+#include <QHash>
+#include <algorithm>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -12,6 +14,10 @@ using showfile::Whole;
 namespace {
 
 const QStringList header{u"bus"_s, u"shift"_s, u"button"_s, u"source"_s, u"name"_s};
+// A hand-written file may leave the names out, the column included.
+const QStringList headerWithoutNames = header.mid(0, 4);
+// The frame's source names follow the buttons as a second table.
+const QStringList sourcesHeader{u"source"_s, u"eng"_s, u"panel"_s, u"oled"_s, u"menu"_s};
 
 // ---- Writing ------------------------------------------------------------------------------
 
@@ -183,12 +189,13 @@ public:
     {
     }
 
-    std::optional<ShowButton> read()
+    // A button row has the fields of the header, or all but the name.
+    std::optional<ShowButton> read(const QStringList& columns)
     {
         const QStringList& fields = m_record.fields;
-        if (fields.size() != header.size()) {
-            refuse(u"expected "_s + QString::number(header.size()) + u" fields ("_s +
-                   header.join(u',') + u"), found "_s + QString::number(fields.size()));
+        if (fields.size() != columns.size() && fields.size() != headerWithoutNames.size()) {
+            refuse(u"expected "_s + QString::number(columns.size()) + u" fields ("_s +
+                   columns.join(u',') + u"), found "_s + QString::number(fields.size()));
             return std::nullopt;
         }
         const std::optional<Bus> bus = busFromName(fields[0]);
@@ -202,7 +209,23 @@ public:
         if (!bus || !shift || !button || !source)
             return std::nullopt;
         return ShowButton{*bus, static_cast<int>(shift->value), static_cast<int>(button->value),
-                          source->value, fields[4]};
+                          source->value, fields.value(4)};
+    }
+
+    // A row of the source names table: the number and its four names.
+    std::optional<std::pair<int, SourceName>> readSource()
+    {
+        const QStringList& fields = m_record.fields;
+        if (fields.size() != sourcesHeader.size()) {
+            refuse(u"expected "_s + QString::number(sourcesHeader.size()) + u" fields ("_s +
+                   sourcesHeader.join(u',') + u"), found "_s + QString::number(fields.size()));
+            return std::nullopt;
+        }
+        const auto source = number(u"source"_s, fields[0], showfile::namedSourceReason);
+        if (!source)
+            return std::nullopt;
+        return std::pair{static_cast<int>(source->value),
+                         SourceName{fields[1], fields[2], fields[3], fields[4]}};
     }
 
     void refuse(const QString& reason) { m_problems.append({m_record.line, {}, reason}); }
@@ -232,23 +255,39 @@ private:
 std::optional<ShowFileProblem> headerProblem(const QList<CsvRecord>& records)
 {
     const int line = records.isEmpty() ? 1 : records.first().line;
-    if (!records.isEmpty() && (records.first().broken || records.first().fields == header))
+    if (!records.isEmpty() && (records.first().broken || records.first().fields == header ||
+                               records.first().fields == headerWithoutNames)) {
         return std::nullopt;
-    return ShowFileProblem{
-        line, {}, u"the first line must be the header \""_s + header.join(u',') + u'"'};
+    }
+    return ShowFileProblem{line,
+                           {},
+                           u"the first line must be the header \""_s + header.join(u',') +
+                               u"\" (the name column may be left out)"_s};
 }
 
 } // namespace
 
-QByteArray writeShowCsv(const QList<ShowButton>& buttons)
+QByteArray writeShowCsv(const ShowFile& file)
 {
-    QList<ShowButton> sorted = buttons;
+    const SourceNameTable& sources = file.sources;
+    QList<ShowButton> sorted = file.buttons;
     sortButtons(sorted);
     QString csv = header.join(u',') + u'\n';
     for (const ShowButton& button : sorted) {
         csv += busName(button.bus) + u',' + QString::number(button.shift) + u',' +
                QString::number(button.button) + u',' + QString::number(button.source) + u',' +
                csvField(button.name) + u'\n';
+    }
+    if (!sources.isEmpty()) {
+        csv += u'\n' + sourcesHeader.join(u',') + u'\n';
+        QList<int> numbers = sources.keys();
+        std::sort(numbers.begin(), numbers.end());
+        for (int number : numbers) {
+            const SourceName& names = sources.value(number);
+            csv += QString::number(number) + u',' + csvField(names.eng) + u',' +
+                   csvField(names.panel) + u',' + csvField(names.oled) + u',' +
+                   csvField(names.menu) + u'\n';
+        }
     }
     return csv.toUtf8();
 }
@@ -271,16 +310,39 @@ ShowFileResult readShowCsv(const QByteArray& data, int buttonCount)
 
     ShowFile file;
     file.buttonCount = buttonCount;
+    const bool namesLeftOut =
+        !table.records.isEmpty() && table.records.first().fields == headerWithoutNames;
+    const QStringList& columns = namesLeftOut ? headerWithoutNames : header;
     showfile::ButtonPlaces places;
+    QHash<int, int> sourceLines; // where each source was first named
+    bool inSources = false;
     for (qsizetype i = 1; i < table.records.size(); ++i) {
         const CsvRecord& record = table.records[i];
         if (record.broken)
             continue;
         RowReader row(record, buttonCount, problems);
-        const std::optional<ShowButton> button = row.read();
+        if (!inSources && record.fields == sourcesHeader) {
+            inSources = true;
+            continue;
+        }
+        const QString place = u"line "_s + QString::number(record.line);
+        if (inSources) {
+            const auto source = row.readSource();
+            if (!source)
+                continue;
+            if (const auto first = sourceLines.constFind(source->first);
+                first != sourceLines.cend()) {
+                row.refuse(u"source "_s + QString::number(source->first) +
+                           u" is listed twice (first at line "_s + QString::number(*first) + u')');
+                continue;
+            }
+            sourceLines.insert(source->first, record.line);
+            file.sources.insert(source->first, source->second);
+            continue;
+        }
+        const std::optional<ShowButton> button = row.read(columns);
         if (!button)
             continue;
-        const QString place = u"line "_s + QString::number(record.line);
         if (const std::optional<QString> reason = places.repeated(*button, place))
             row.refuse(*reason);
         else

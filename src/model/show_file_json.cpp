@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
+#include <algorithm>
 #include <cmath>
 #include <initializer_list>
 
@@ -18,6 +19,8 @@ using showfile::Whole;
 namespace {
 
 const QString formatName = u"quorvane-show"_s;
+// Version 1 files have no source names; they read as version 2 files without any.
+constexpr int firstReadVersion = 1;
 
 // ---- Writing ------------------------------------------------------------------------------
 //
@@ -68,6 +71,28 @@ QByteArray buttonLine(const ShowButton& button)
            ", \"button\": " + QByteArray::number(button.button) +
            ", \"source\": " + QByteArray::number(button.source) +
            ", \"name\": " + jsonString(button.name) + " }";
+}
+
+QByteArray sourceLine(int source, const SourceName& names)
+{
+    return "{ \"source\": " + QByteArray::number(source) + ", \"eng\": " + jsonString(names.eng) +
+           ", \"panel\": " + jsonString(names.panel) + ", \"oled\": " + jsonString(names.oled) +
+           ", \"menu\": " + jsonString(names.menu) + " }";
+}
+
+// A list of lines under `key`, one entry per line, or an empty list on the key's own line.
+QByteArray listOf(const char* key, const QList<QByteArray>& entries, bool last)
+{
+    QByteArray json = "  \"" + QByteArray(key) + "\": [";
+    if (entries.isEmpty()) {
+        json += "]";
+    } else {
+        json += "\n";
+        for (qsizetype i = 0; i < entries.size(); ++i)
+            json += "    " + entries[i] + (i + 1 < entries.size() ? ",\n" : "\n");
+        json += "  ]";
+    }
+    return json + (last ? "\n" : ",\n");
 }
 
 // ---- Where things are ---------------------------------------------------------------------
@@ -249,19 +274,24 @@ public:
     {
     }
 
-    // Reports keys that are missing or not known. The typed readers below stay silent about a
-    // missing key, so each one is reported once.
-    void expectKeys(std::initializer_list<QString> keys)
+    // Reports keys that are missing or not known; `optional` keys may be left out. The typed
+    // readers below stay silent about a missing key, so each one is reported once.
+    void expectKeys(std::initializer_list<QString> keys,
+                    std::initializer_list<QString> optional = {})
     {
         for (const QString& key : keys) {
             if (!m_object.contains(key))
                 refuseObject(u"missing key \""_s + key + u'"');
         }
         for (const QString& key : m_object.keys()) {
-            if (std::find(keys.begin(), keys.end(), key) == keys.end())
+            if (std::find(keys.begin(), keys.end(), key) == keys.end() &&
+                std::find(optional.begin(), optional.end(), key) == optional.end()) {
                 refuse(key, u"unknown key "_s + showfile::quoted(key));
+            }
         }
     }
+
+    bool has(const QString& key) const { return m_object.contains(key); }
 
     std::optional<QString> text(const QString& key)
     {
@@ -373,9 +403,10 @@ bool readIdentity(ObjectReader& root, const QJsonObject& object)
     const std::optional<Whole> version = root.whole(u"version"_s);
     if (!version)
         return false;
-    if (version->value != showFileVersion) {
+    if (version->value < firstReadVersion || version->value > showFileVersion) {
         root.refuse(u"version"_s, u"version "_s + version->text +
-                                      u" is not supported (this program reads version "_s +
+                                      u" is not supported (this program reads versions "_s +
+                                      QString::number(firstReadVersion) + u" to "_s +
                                       QString::number(showFileVersion) + u')');
         return false;
     }
@@ -407,7 +438,7 @@ std::optional<ShowButton> readButton(const QJsonValue& value, int index, int but
     }
     const QJsonObject object = value.toObject();
     ObjectReader reader(object, path, outline, problems);
-    reader.expectKeys({u"bus"_s, u"shift"_s, u"button"_s, u"source"_s, u"name"_s});
+    reader.expectKeys({u"bus"_s, u"shift"_s, u"button"_s, u"source"_s}, {u"name"_s});
 
     std::optional<Bus> bus;
     if (const std::optional<QString> busText = reader.text(u"bus"_s)) {
@@ -420,7 +451,9 @@ std::optional<ShowButton> readButton(const QJsonValue& value, int index, int but
         return showfile::buttonReason(button, buttonCount);
     });
     const auto source = reader.whole(u"source"_s, showfile::sourceReason);
-    const std::optional<QString> name = reader.text(u"name"_s);
+    // The name is for people: a hand-written file may leave it out.
+    const std::optional<QString> name =
+        reader.has(u"name"_s) ? reader.text(u"name"_s) : std::optional<QString>(QString());
     if (!bus || !shift || !number || !source || !name)
         return std::nullopt;
 
@@ -450,6 +483,55 @@ void readButtons(ObjectReader& root, int buttonCount, const JsonOutline& outline
     sortButtons(file.buttons);
 }
 
+void readSources(ObjectReader& root, const JsonOutline& outline, QList<ShowFileProblem>& problems,
+                 ShowFile& file)
+{
+    if (!root.has(u"sources"_s))
+        return;
+    const std::optional<QJsonArray> list = root.list(u"sources"_s);
+    if (!list)
+        return;
+    QHash<int, QString> firstPlaces;
+    for (qsizetype i = 0; i < list->size(); ++i) {
+        const QString path = u"sources["_s + QString::number(i) + u']';
+        const int line = outline.lineOf(path, 1);
+        const QJsonValue value = list->at(i);
+        if (!value.isObject()) {
+            problems.append(
+                {line, path, u"a source must be an object, found "_s + describe(value)});
+            continue;
+        }
+        ObjectReader reader(value.toObject(), path, outline, problems);
+        reader.expectKeys({u"source"_s}, {u"eng"_s, u"panel"_s, u"oled"_s, u"menu"_s});
+        const auto number = reader.whole(u"source"_s, showfile::namedSourceReason);
+        SourceName names;
+        bool good = number.has_value();
+        for (auto [key, field] : {std::pair{u"eng"_s, &names.eng},
+                                  {u"panel"_s, &names.panel},
+                                  {u"oled"_s, &names.oled},
+                                  {u"menu"_s, &names.menu}}) {
+            if (!reader.has(key))
+                continue;
+            const std::optional<QString> text = reader.text(key);
+            good = good && text.has_value();
+            if (text)
+                *field = *text;
+        }
+        if (!good)
+            continue;
+        const int source = static_cast<int>(number->value);
+        const QString place = path + u", line "_s + QString::number(line);
+        if (const auto first = firstPlaces.constFind(source); first != firstPlaces.cend()) {
+            problems.append({line, path,
+                             u"source "_s + QString::number(source) +
+                                 u" is listed twice (first at "_s + *first + u')'});
+            continue;
+        }
+        firstPlaces.insert(source, place);
+        file.sources.insert(source, names);
+    }
+}
+
 ShowFileResult readDocument(const QJsonObject& object, const JsonOutline& outline)
 {
     QList<ShowFileProblem> problems;
@@ -457,8 +539,16 @@ ShowFileResult readDocument(const QJsonObject& object, const JsonOutline& outlin
     if (!readIdentity(root, object))
         return showfile::refused(problems);
 
-    root.expectKeys(
-        {u"format"_s, u"version"_s, u"frame"_s, u"suite"_s, u"buttonCount"_s, u"buttons"_s});
+    // Source names came with version 2.
+    const bool hasSources = root.whole(u"version"_s)->value >= 2;
+    if (hasSources) {
+        root.expectKeys(
+            {u"format"_s, u"version"_s, u"frame"_s, u"suite"_s, u"buttonCount"_s, u"buttons"_s},
+            {u"sources"_s});
+    } else {
+        root.expectKeys(
+            {u"format"_s, u"version"_s, u"frame"_s, u"suite"_s, u"buttonCount"_s, u"buttons"_s});
+    }
     ShowFile file;
     readFrame(root, outline, problems, file);
     if (const auto suite = root.whole(u"suite"_s, showfile::suiteReason))
@@ -467,6 +557,8 @@ ShowFileResult readDocument(const QJsonObject& object, const JsonOutline& outlin
     // Without a good count the buttons are still checked, against the largest panel.
     file.buttonCount = count ? static_cast<int>(count->value) : 0;
     readButtons(root, file.buttonCount, outline, problems, file);
+    if (hasSources)
+        readSources(root, outline, problems, file);
     problems += outline.repeatedKeys;
 
     if (!problems.isEmpty())
@@ -489,14 +581,16 @@ QByteArray writeShowJson(const ShowFile& file)
             ", \"address\": " + jsonString(file.frameAddress) + " },\n";
     json += "  \"suite\": " + QByteArray::number(file.suite) + ",\n";
     json += "  \"buttonCount\": " + QByteArray::number(file.buttonCount) + ",\n";
-    if (buttons.isEmpty()) {
-        json += "  \"buttons\": []\n";
-    } else {
-        json += "  \"buttons\": [\n";
-        for (qsizetype i = 0; i < buttons.size(); ++i)
-            json += "    " + buttonLine(buttons[i]) + (i + 1 < buttons.size() ? ",\n" : "\n");
-        json += "  ]\n";
-    }
+    QList<QByteArray> buttonLines;
+    for (const ShowButton& button : buttons)
+        buttonLines.append(buttonLine(button));
+    json += listOf("buttons", buttonLines, false);
+    QList<int> numbers = file.sources.keys();
+    std::sort(numbers.begin(), numbers.end());
+    QList<QByteArray> sourceLines;
+    for (int number : numbers)
+        sourceLines.append(sourceLine(number, file.sources.value(number)));
+    json += listOf("sources", sourceLines, true);
     json += "}\n";
     return json;
 }

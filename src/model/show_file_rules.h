@@ -31,6 +31,7 @@ std::optional<QString> buttonCountReason(const Whole& count);
 std::optional<QString> shiftReason(const Whole& shift);
 std::optional<QString> buttonReason(const Whole& button, int buttonCount);
 std::optional<QString> sourceReason(const Whole& source);
+std::optional<QString> namedSourceReason(const Whole& source);
 QString unknownBusReason(const QString& text);
 
 // The sort key of a button: bus in display order, shift, button.

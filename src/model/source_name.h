@@ -11,6 +11,9 @@ namespace quorvane {
 inline constexpr int firstSourceNumber = 1;
 inline constexpr int lastSourceNumber = 0xFFFF;
 
+// The sources the frame keeps names for.
+inline constexpr int lastNamedSource = 999;
+
 // The names the frame keeps for one source.
 struct SourceName {
     QString eng;   // engineering name, from the source definitions

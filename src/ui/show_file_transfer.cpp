@@ -48,6 +48,7 @@ ShowExport exportShowFile(const GVConnection& connection)
     file.suite = connection.selectedSuite();
     file.buttonCount = connection.buttonCount();
     file.buttons = reading.assigned;
+    file.sources = connection.sourceNames();
     return {file, QString()};
 }
 

@@ -92,6 +92,8 @@ private Q_SLOTS:
             named += button.name.isEmpty() ? 0 : 1;
         }
         QVERIFY(named > 0);
+        // The frame's names travel with the show.
+        QCOMPARE(file.sources, frame.show().names());
 
         // Only ME3 was asked for, once, button by button.
         const auto subscriptions = frame.receivedOfKind(ClientMessageKind::buttonSubscription);
@@ -320,6 +322,54 @@ private Q_SLOTS:
         QCOMPARE(frame.writeRequests().size(), 3);
     }
 
+    void handWrittenFilesNeedNoNames()
+    {
+        FrameEmulator frame;
+        QVERIFY(startFrame(frame));
+        QTemporaryDir dir;
+        const Place first = firstButton(frame, Bus::me2, true);
+        const Place second = firstButton(frame, Bus::me2, true, 2);
+        const QString json = dir.filePath(u"by-hand.json"_s);
+        save(json,
+             QString(u"{ \"format\": \"quorvane-show\", \"version\": 2,\n"
+                     u"  \"frame\": { \"name\": \"\", \"version\": \"\", \"address\": \"\" },\n"
+                     u"  \"suite\": 1, \"buttonCount\": 35,\n"
+                     u"  \"buttons\": [ { \"bus\": \"ME2\", \"shift\": "_s +
+                     QString::number(first.shift) + u", \"button\": "_s +
+                     QString::number(first.button) + u", \"source\": 4101 } ] }\n"_s)
+                 .toUtf8());
+        const ToolRun fromJson =
+            runTool(quietly({u"apply"_s, json, u"--host"_s, host, u"--listed-only"_s}));
+        QCOMPARE(fromJson.status, 0);
+        QCOMPARE(fromJson.outLines().last(), u"applied 1, confirmed 1, unconfirmed 0"_s);
+        QCOMPARE(frame.mapping(Bus::me2, 35, first.shift, first.button), 4101u);
+
+        const QString csv = dir.filePath(u"by-hand.csv"_s);
+        save(csv, QString(u"bus,shift,button,source\nME2,"_s + QString::number(second.shift) +
+                          u',' + QString::number(second.button) + u",4102\n"_s)
+                      .toUtf8());
+        const ToolRun fromCsv =
+            runTool(quietly({u"apply"_s, csv, u"--host"_s, host, u"--listed-only"_s}));
+        QCOMPARE(fromCsv.status, 0);
+        QCOMPARE(frame.mapping(Bus::me2, 35, second.shift, second.button), 4102u);
+
+        // A name the frame does not use is mentioned by diff, and changes nothing else.
+        const QString named = dir.filePath(u"named.csv"_s);
+        save(named,
+             QString(u"bus,shift,button,source,name\nME2,"_s + QString::number(second.shift) +
+                     u',' + QString::number(second.button) + u",4102,Old name\n"_s)
+                 .toUtf8());
+        const ToolRun diff =
+            runTool(quietly({u"diff"_s, named, u"--host"_s, host, u"--listed-only"_s}));
+        QCOMPARE(diff.status, 0);
+        QCOMPARE(diff.outLines(),
+                 QStringList({u"ME2 shift "_s + QString::number(second.shift) + u" button "_s +
+                                  QString::number(second.button) +
+                                  u": same source; the file names 4102 \"Old name\", the frame "
+                                  u"has no name for it"_s,
+                              u"no differences on ME2"_s}));
+    }
+
     void dryRunWritesNothing()
     {
         FrameEmulator frame;
@@ -343,7 +393,9 @@ private Q_SLOTS:
                              u" button "_s + QString::number(changed.button) + u": frame "_s +
                              QString::number(before.source) +
                              (before.name.isEmpty() ? QString() : u" ("_s + before.name + u')') +
-                             u", file 4242 (Guest feed)"_s,
+                             u", file 4242 (Guest feed); the file names 4242 \"Guest feed\", the "
+                             u"frame has no name "
+                             u"for it"_s,
                          u"would write 1 button on ME1"_s}));
         QVERIFY(frame.receivedOfKind(ClientMessageKind::writeRequest).isEmpty());
         QVERIFY(frame.writeRequests().isEmpty());

@@ -66,8 +66,14 @@ private Q_SLOTS:
     {
         const ShowDifference changed{button(Bus::pgm, 2, 3, 1042, u"Replay 1"_s),
                                      button(Bus::pgm, 2, 3, 7)};
+        // The file names 1042 otherwise than the frame: said, though it decides nothing.
         QCOMPARE(differenceLine(changed, namer),
-                 u"PGM shift 2 button 3: frame 7 (CAM 7), file 1042 (Replay 1)"_s);
+                 u"PGM shift 2 button 3: frame 7 (CAM 7), file 1042 (Replay 1); the file names "
+                 u"1042 \"Replay 1\", the frame \"VT 1\""_s);
+        const ShowDifference sameName{button(Bus::pgm, 2, 4, 1042, u"VT 1"_s),
+                                      button(Bus::pgm, 2, 4, 7)};
+        QCOMPARE(differenceLine(sameName, namer),
+                 u"PGM shift 2 button 4: frame 7 (CAM 7), file 1042 (VT 1)"_s);
         // Without a name in the file, the frame's name for the file's source.
         const ShowDifference assigned{button(Bus::me1, 1, 35, 1042), std::nullopt};
         QCOMPARE(differenceLine(assigned, namer),
@@ -75,6 +81,17 @@ private Q_SLOTS:
         const ShowDifference cleared{button(Bus::aux, 4, 1, 0), button(Bus::aux, 4, 1, 55)};
         QCOMPARE(differenceLine(cleared, namer),
                  u"AUX shift 4 button 1: frame 55, file 0 (unassigned)"_s);
+    }
+
+    void namesThatDifferAreMentionedOnly()
+    {
+        QCOMPARE(sameSourceNameLine(button(Bus::me2, 1, 4, 7, u"CAM 7"_s), namer), std::nullopt);
+        QCOMPARE(sameSourceNameLine(button(Bus::me2, 1, 4, 7), namer), std::nullopt);
+        QCOMPARE(sameSourceNameLine(button(Bus::me2, 1, 4, 7, u"Cam seven"_s), namer),
+                 u"ME2 shift 1 button 4: same source; the file names 7 \"Cam seven\", the frame "
+                 u"\"CAM 7\""_s);
+        QCOMPARE(nameNote(button(Bus::me2, 1, 4, 4321, u"Guest"_s), namer),
+                 u"the file names 4321 \"Guest\", the frame has no name for it"_s);
     }
 
     void writeLines()

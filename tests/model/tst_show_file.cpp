@@ -50,13 +50,15 @@ ShowFile sampleFile()
         {Bus::pgm, 1, 7, 1042, u"CAM 7"_s},
         {Bus::aux, 4, 20, 65535, u"Bars, \"HD\""_s},
     };
+    file.sources = {{12, {u"CAM 12 ENG"_s, u"CAM 12"_s, u"C12"_s, u"Camera 12"_s}},
+                    {7, {u"VT 7"_s, {}, {}, {}}}};
     return file;
 }
 
 // The sample as written: pinned byte for byte, since people diff these files.
 const QByteArray sampleJson = R"json({
   "format": "quorvane-show",
-  "version": 1,
+  "version": 2,
   "frame": { "name": "KF-STUDIO-A", "version": "V21.2", "address": "10.1.20.5" },
   "suite": 2,
   "buttonCount": 20,
@@ -65,6 +67,10 @@ const QByteArray sampleJson = R"json({
     { "bus": "ME4", "shift": 2, "button": 5, "source": 0, "name": "" },
     { "bus": "PGM", "shift": 1, "button": 7, "source": 1042, "name": "CAM 7" },
     { "bus": "AUX", "shift": 4, "button": 20, "source": 65535, "name": "Bars, \"HD\"" }
+  ],
+  "sources": [
+    { "source": 7, "eng": "VT 7", "panel": "", "oled": "", "menu": "" },
+    { "source": 12, "eng": "CAM 12 ENG", "panel": "CAM 12", "oled": "C12", "menu": "Camera 12" }
   ]
 }
 )json"_ba;
@@ -73,7 +79,11 @@ const QByteArray sampleCsv = "bus,shift,button,source,name\n"
                              "ME1,1,1,1042,CAM 1\n"
                              "ME4,2,5,0,\n"
                              "PGM,1,7,1042,CAM 7\n"
-                             "AUX,4,20,65535,\"Bars, \"\"HD\"\"\"\n"_ba;
+                             "AUX,4,20,65535,\"Bars, \"\"HD\"\"\"\n"
+                             "\n"
+                             "source,eng,panel,oled,menu\n"
+                             "7,VT 7,,,\n"
+                             "12,CAM 12 ENG,CAM 12,C12,Camera 12\n"_ba;
 
 // The sample JSON with one piece of text replaced, which must be there.
 QByteArray sampleJsonWith(const QByteArray& from, const QByteArray& to)
@@ -81,6 +91,13 @@ QByteArray sampleJsonWith(const QByteArray& from, const QByteArray& to)
     if (!sampleJson.contains(from))
         qFatal("the sample has no %s", from.constData());
     return QByteArray(sampleJson).replace(from, to);
+}
+
+ShowFile withButtons(const QList<ShowButton>& buttons)
+{
+    ShowFile file;
+    file.buttons = buttons;
+    return file;
 }
 
 QStringList problemTexts(const ShowFileResult& result)
@@ -105,7 +122,7 @@ private Q_SLOTS:
 
     void jsonIsWrittenInTheFixedLayout() { QCOMPARE(writeShowJson(sampleFile()), sampleJson); }
 
-    void csvIsWrittenInTheFixedLayout() { QCOMPARE(writeShowCsv(sampleFile().buttons), sampleCsv); }
+    void csvIsWrittenInTheFixedLayout() { QCOMPARE(writeShowCsv(sampleFile()), sampleCsv); }
 
     void jsonOfNoButtons()
     {
@@ -113,11 +130,12 @@ private Q_SLOTS:
         file.frameAddress = u"10.0.0.1"_s;
         const QByteArray expected = R"json({
   "format": "quorvane-show",
-  "version": 1,
+  "version": 2,
   "frame": { "name": "", "version": "", "address": "10.0.0.1" },
   "suite": 1,
   "buttonCount": 35,
-  "buttons": []
+  "buttons": [],
+  "sources": []
 }
 )json"_ba;
         QCOMPARE(writeShowJson(file), expected);
@@ -127,9 +145,114 @@ private Q_SLOTS:
         QCOMPARE(*read.file, file);
     }
 
+    void versionOneFilesStillRead()
+    {
+        // Written before source names were kept: the same file without them.
+        QByteArray older = sampleJson;
+        older.replace(R"("version": 2)", R"("version": 1)");
+        const qsizetype sources = older.indexOf("  ],\n  \"sources\"");
+        older = older.first(sources) + "  ]\n}\n";
+        const ShowFileResult read = readShowJson(older);
+        QCOMPARE(problemTexts(read), QStringList());
+        ShowFile expected = sampleFile();
+        expected.sources.clear();
+        QCOMPARE(*read.file, expected);
+
+        // A version 1 file knows no source names.
+        QByteArray mixed = sampleJson;
+        mixed.replace(R"("version": 2)", R"("version": 1)");
+        QCOMPARE(problemTexts(readShowJson(mixed)),
+                 QStringList(u"line 13: unknown key \"sources\""_s));
+    }
+
+    void namesMayBeLeftOut()
+    {
+        // By hand, people write the source; the name is only a note for them.
+        QByteArray json = sampleJson;
+        json.replace(R"(, "name": "CAM 7")", "");
+        const ShowFileResult fromJson = readShowJson(json);
+        QCOMPARE(problemTexts(fromJson), QStringList());
+        QCOMPARE(fromJson.file->buttons[2], (ShowButton{Bus::pgm, 1, 7, 1042, QString()}));
+
+        const QByteArray withoutColumn = "bus,shift,button,source\nPGM,1,7,1042\nME1,2,3,12\n"_ba;
+        const ShowFileResult fromCsv = readShowCsv(withoutColumn, 20);
+        QCOMPARE(problemTexts(fromCsv), QStringList());
+        QCOMPARE(fromCsv.file->buttons,
+                 (QList<ShowButton>{{Bus::me1, 2, 3, 12, {}}, {Bus::pgm, 1, 7, 1042, {}}}));
+        // Under the full header a row may leave its name out too, but not more.
+        const ShowFileResult mixed =
+            readShowCsv("bus,shift,button,source,name\nPGM,1,7,1042\nME1,2,3,12,CAM\n"_ba, 20);
+        QCOMPARE(problemTexts(mixed), QStringList());
+        QCOMPARE(mixed.file->buttons.size(), 2);
+        QCOMPARE(problemTexts(readShowCsv("bus,shift,button,source\nPGM,1,7,1042,CAM\n"_ba, 20)),
+                 QStringList(u"line 2: expected 4 fields (bus,shift,button,source), found 5"_s));
+    }
+
+    void sourceNamesRoundTripInBothFormats()
+    {
+        const ShowFile file = sampleFile();
+        const ShowFileResult fromJson = readShowJson(writeShowJson(file));
+        QCOMPARE(problemTexts(fromJson), QStringList());
+        QCOMPARE(fromJson.file->sources, file.sources);
+        const ShowFileResult fromCsv = readShowCsv(writeShowCsv(file), 20);
+        QCOMPARE(problemTexts(fromCsv), QStringList());
+        QCOMPARE(fromCsv.file->sources, file.sources);
+        QCOMPARE(fromCsv.file->buttons, file.buttons);
+        // Names are optional in a source entry of JSON.
+        const ShowFileResult sparse = readShowJson(
+            sampleJsonWith(R"({ "source": 7, "eng": "VT 7", "panel": "", "oled": "", "menu": "" })",
+                           R"({ "source": 7, "eng": "VT 7" })"));
+        QCOMPARE(problemTexts(sparse), QStringList());
+        QCOMPARE(sparse.file->sources.value(7), (SourceName{u"VT 7"_s, {}, {}, {}}));
+    }
+
+    void badSourceNamesAreRefused_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        QTest::addColumn<QByteArray>("csv");
+        QTest::addColumn<QString>("jsonProblem");
+        QTest::addColumn<QString>("csvProblem");
+        const QByteArray entry =
+            R"({ "source": 7, "eng": "VT 7", "panel": "", "oled": "", "menu": "" })";
+        const QByteArray row = "7,VT 7,,,\n";
+        const auto csvWith = [&](const QByteArray& replacement) {
+            return QByteArray(sampleCsv).replace(row, replacement);
+        };
+        QTest::newRow("source 0") << sampleJsonWith(entry, R"({ "source": 0 })")
+                                  << csvWith("0,VT 7,,,\n")
+                                  << u"line 14 (sources[0]): source 0 is outside 1-999"_s
+                                  << u"line 8: source 0 is outside 1-999"_s;
+        QTest::newRow("source 1000")
+            << sampleJsonWith(entry, R"({ "source": 1000 })") << csvWith("1000,VT 7,,,\n")
+            << u"line 14 (sources[0]): source 1000 is outside 1-999"_s
+            << u"line 8: source 1000 is outside 1-999"_s;
+        QTest::newRow("listed twice")
+            << sampleJsonWith(entry, R"({ "source": 12 })") << csvWith("12,again,,,\n")
+            << u"line 15 (sources[1]): source 12 is listed twice (first at sources[0], line 14)"_s
+            << u"line 9: source 12 is listed twice (first at line 8)"_s;
+        QTest::newRow("unknown key or field")
+            << sampleJsonWith(entry, R"({ "source": 7, "colour": "red" })")
+            << csvWith("7,VT 7,,,,red\n") << u"line 14 (sources[0]): unknown key \"colour\""_s
+            << u"line 8: expected 5 fields (source,eng,panel,oled,menu), found 6"_s;
+        QTest::newRow("a name that is no text")
+            << sampleJsonWith(entry, R"({ "source": 7, "eng": 7 })") << csvWith("x,VT 7,,,\n")
+            << u"line 14 (sources[0]): \"eng\" must be text, found 7"_s
+            << u"line 8: source \"x\" is not a whole number"_s;
+    }
+
+    void badSourceNamesAreRefused()
+    {
+        QFETCH(QByteArray, json);
+        QFETCH(QByteArray, csv);
+        QFETCH(QString, jsonProblem);
+        QFETCH(QString, csvProblem);
+        QCOMPARE(problemTexts(readShowJson(json)), QStringList(jsonProblem));
+        QCOMPARE(problemTexts(readShowCsv(csv, 20)), QStringList(csvProblem));
+    }
+
     void csvOfNoButtonsIsTheHeader()
     {
-        QCOMPARE(writeShowCsv({}), "bus,shift,button,source,name\n"_ba);
+        QCOMPARE(writeShowCsv(ShowFile{}), "bus,shift,button,source,name\n"_ba);
         const ShowFileResult read = readShowCsv("bus,shift,button,source,name\n"_ba, 15);
         QVERIFY(read.file);
         QVERIFY(read.file->buttons.isEmpty());
@@ -169,7 +292,7 @@ private Q_SLOTS:
                                     "ME1,1,5,5,\"carriage\rreturn\"\n"
                                     "ME1,1,6,6,S\xc3\xbc"
                                     "d\n"_ba;
-        QCOMPARE(writeShowCsv(buttons), expected);
+        QCOMPARE(writeShowCsv(withButtons(buttons)), expected);
     }
 
     // ---- Round trips -------------------------------------------------------------------
@@ -211,12 +334,12 @@ private Q_SLOTS:
         QCOMPARE(*fromJson.file, file);
         QCOMPARE(writeShowJson(*fromJson.file), json);
 
-        const QByteArray csv = writeShowCsv(file.buttons);
+        const QByteArray csv = writeShowCsv(file);
         const ShowFileResult fromCsv = readShowCsv(csv, file.buttonCount);
         QCOMPARE(problemTexts(fromCsv), QStringList());
         QVERIFY(fromCsv.file);
         QCOMPARE(fromCsv.file->buttons, file.buttons);
-        QCOMPARE(writeShowCsv(fromCsv.file->buttons), csv);
+        QCOMPARE(writeShowCsv(*fromCsv.file), csv);
     }
 
     void canonicalFilesAreRewrittenByteForByte()
@@ -229,7 +352,7 @@ private Q_SLOTS:
         const ShowFileResult fromCsv = readShowCsv(sampleCsv, 20);
         QVERIFY(fromCsv.file);
         QCOMPARE(fromCsv.file->buttons, sampleFile().buttons);
-        QCOMPARE(writeShowCsv(fromCsv.file->buttons), sampleCsv);
+        QCOMPARE(writeShowCsv(*fromCsv.file), sampleCsv);
     }
 
     void csvCarriesNoFrameDescription()
@@ -258,7 +381,7 @@ private Q_SLOTS:
         QVERIFY(fromJson.file);
         QCOMPARE(fromJson.file->buttons.size(), 6 * 4 * 35);
         QCOMPARE(*fromJson.file, file);
-        const ShowFileResult fromCsv = readShowCsv(writeShowCsv(file.buttons), 35);
+        const ShowFileResult fromCsv = readShowCsv(writeShowCsv(file), 35);
         QVERIFY(fromCsv.file);
         QCOMPARE(fromCsv.file->buttons, file.buttons);
     }
@@ -284,7 +407,7 @@ private Q_SLOTS:
         ShowFile shuffled = sampleFile();
         std::reverse(shuffled.buttons.begin(), shuffled.buttons.end());
         QCOMPARE(writeShowJson(shuffled), sampleJson);
-        QCOMPARE(writeShowCsv(shuffled.buttons), sampleCsv);
+        QCOMPARE(writeShowCsv(shuffled), sampleCsv);
 
         const QByteArray csv = "bus,shift,button,source,name\n"
                                "AUX,1,1,3,\nPGM,1,1,2,\nME4,1,1,1,\n"_ba;
@@ -446,9 +569,6 @@ private Q_SLOTS:
         QTest::newRow("name as true")
             << sampleJsonWith(R"("name": "")", R"("name": true)")
             << QStringList(u"line 9 (buttons[1]): \"name\" must be text, found true"_s);
-        QTest::newRow("missing name")
-            << sampleJsonWith(R"(, "name": "CAM 7")", "")
-            << QStringList(u"line 10 (buttons[2]): missing key \"name\""_s);
         QTest::newRow("unknown key in a button")
             << sampleJsonWith(R"("name": "CAM 7")", R"("name": "CAM 7", "colour": "red")")
             << QStringList(u"line 10 (buttons[2]): unknown key \"colour\""_s);
@@ -492,13 +612,17 @@ private Q_SLOTS:
             << QByteArray("{\n  \"layout\": [],\n  \"version\": 1\n}\n")
             << QStringList(u"line 1: not a Quorvane show file: it has no \"format\""_s);
         QTest::newRow("later version")
-            << sampleJsonWith(R"("version": 1)", R"("version": 2, "more": true)")
-            << QStringList(u"line 3: version 2 is not supported (this program reads "
-                           u"version 1)"_s);
+            << sampleJsonWith(R"("version": 2)", R"("version": 3, "more": true)")
+            << QStringList(u"line 3: version 3 is not supported (this program reads versions 1 "
+                           u"to 2)"_s);
+        QTest::newRow("version 0")
+            << sampleJsonWith(R"("version": 2)", R"("version": 0)")
+            << QStringList(u"line 3: version 0 is not supported (this program reads versions 1 "
+                           u"to 2)"_s);
         QTest::newRow("version as text")
-            << sampleJsonWith(R"("version": 1)", R"("version": "1")")
+            << sampleJsonWith(R"("version": 2)", R"("version": "1")")
             << QStringList(u"line 3: \"version\" must be a whole number, found text \"1\""_s);
-        QTest::newRow("no version") << sampleJsonWith("  \"version\": 1,\n", "")
+        QTest::newRow("no version") << sampleJsonWith("  \"version\": 2,\n", "")
                                     << QStringList(u"line 1: missing key \"version\""_s);
         QTest::newRow("a list, not an object") << QByteArray("\n[ 1, 2 ]\n")
                                                << QStringList(u"line 2: a show file is one JSON "
@@ -612,13 +736,13 @@ private Q_SLOTS:
       "name": ""
     },
     {
-      "bus": "ME1", "shift": 1, "button": 1, "source": 5
+      "bus": "ME1", "shift": 1, "button": 1
     }
   ]
 })json"_ba;
         QCOMPARE(problemTexts(readShowJson(json)),
                  QStringList({u"line 8 (buttons[0]): shift 9 is outside 1-4"_s,
-                              u"line 13 (buttons[1]): missing key \"name\""_s}));
+                              u"line 13 (buttons[1]): missing key \"source\""_s}));
     }
 
     void everyJsonProblemIsReported()
@@ -707,10 +831,10 @@ private Q_SLOTS:
                                        << QStringList(u"line 2: source \"-\" is not a whole "
                                                       u"number"_s);
         QTest::newRow("too few fields")
-            << head + "ME1,1,1,5\n"
+            << head + "ME1,1,1\n"
             << 20
             << QStringList(u"line 2: expected 5 fields (bus,shift,button,source,name), "
-                           u"found 4"_s);
+                           u"found 3"_s);
         QTest::newRow("too many fields")
             << head + "ME1,1,1,5,CAM 5,extra\n"
             << 20
@@ -727,11 +851,13 @@ private Q_SLOTS:
             << QStringList(u"line 4: ME1 shift 1 button 1 is listed twice (first at line 2)"_s);
         QTest::newRow("no header") << "ME1,1,1,5,x\n"_ba << 20
                                    << QStringList(u"line 1: the first line must be the header "
-                                                  u"\"bus,shift,button,source,name\""_s);
+                                                  u"\"bus,shift,button,source,name\" (the name "
+                                                  u"column may be left out)"_s);
         QTest::newRow("header in capitals")
             << "Bus,Shift,Button,Source,Name\nME1,1,1,5,x\n"_ba << 20
             << QStringList(u"line 1: the first line must be the header "
-                           u"\"bus,shift,button,source,name\""_s);
+                           u"\"bus,shift,button,source,name\" (the name column may be left "
+                           u"out)"_s);
         QTest::newRow("empty") << QByteArray() << 20 << QStringList(u"the file is empty"_s);
         QTest::newRow("only white space")
             << " \r\n\t\n"_ba << 20 << QStringList(u"the file is empty"_s);
@@ -798,7 +924,7 @@ private Q_SLOTS:
         QCOMPARE(problemTexts(read),
                  QStringList({
                      u"line 1: the first line must be the header "
-                     u"\"bus,shift,button,source,name\""_s,
+                     u"\"bus,shift,button,source,name\" (the name column may be left out)"_s,
                      u"line 3: unknown bus \"ME9\" "_s + busList,
                      u"line 3: shift 6 is outside 1-4"_s,
                      u"line 3: button 40 is outside 1-35"_s,
@@ -820,7 +946,7 @@ private Q_SLOTS:
         QCOMPARE(problemTexts(read), QStringList());
         QVERIFY(read.file);
         QCOMPARE(read.file->buttons, sampleFile().buttons);
-        QCOMPARE(writeShowCsv(read.file->buttons), sampleCsv);
+        QCOMPARE(writeShowCsv(*read.file), sampleCsv);
     }
 
     void csvKeepsLineBreaksInsideQuotes()
@@ -926,7 +1052,7 @@ private Q_SLOTS:
     void aMappedSourceAShowFileCannotHoldIsRefusedOnReading()
     {
         const QList<ShowButton> buttons{{Bus::me1, 1, 1, 70000, {}}};
-        QCOMPARE(problemTexts(readShowCsv(writeShowCsv(buttons), 20)),
+        QCOMPARE(problemTexts(readShowCsv(writeShowCsv(withButtons(buttons)), 20)),
                  QStringList(u"line 2: source 70000 is outside 0-65535"_s));
     }
 

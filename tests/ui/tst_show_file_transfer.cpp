@@ -102,7 +102,8 @@ private Q_SLOTS:
         QVERIFY(!exported.file);
         QCOMPARE(exported.refusal, u"Nothing was exported: "_s + unknown);
 
-        const ShowFile file{{}, {}, {}, 1, 35, {{Bus::pgm, 1, 1, 901, {}}}};
+        ShowFile file;
+        file.buttons = {{Bus::pgm, 1, 1, 901, {}}};
         const ImportPlan plan = planImport(file, *link.connection);
         QCOMPARE(plan.refusal, u"Nothing was imported: "_s + unknown);
         QVERIFY(plan.writes.isEmpty());
@@ -114,17 +115,17 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         const QList<ShowButton> buttons{{Bus::aux, 2, 20, 1042, u"\ufeffCAM 7"_s}};
+        ShowFile show;
+        show.buttonCount = 20;
+        show.buttons = buttons;
         const QString csv = dir.filePath(u"show.CSV"_s);
-        QVERIFY(save(csv, writeShowCsv(buttons)));
+        QVERIFY(save(csv, writeShowCsv(show)));
         const ImportFile fromCsv = readImportFile(csv, 20);
         QCOMPARE(fromCsv.refusal, QString());
         QVERIFY(fromCsv.file);
         QCOMPARE(fromCsv.file->buttonCount, 20);
         QCOMPARE(fromCsv.file->buttons, buttons);
 
-        ShowFile show;
-        show.buttonCount = 20;
-        show.buttons = buttons;
         const QString json = dir.filePath(u"show.json"_s);
         QVERIFY(save(json, writeShowJson(show)));
         const ImportFile fromJson = readImportFile(json, 35);
