@@ -24,6 +24,7 @@ EditingModel::EditingModel(GVConnection& connection, QObject* parent)
     , m_connection(connection)
     , m_ipAddress(initialFrameAddress)
     , m_selectedButtonCount(connection.buttonCount())
+    , m_selectedBus(connection.currentBus())
     , m_dragClickOffset(0, 0)
 {
     for (auto changed : {&GVConnection::mappingsChanged, &GVConnection::sourceNamesChanged,
@@ -33,6 +34,7 @@ EditingModel::EditingModel(GVConnection& connection, QObject* parent)
     }
     QObject::connect(&m_connection, &GVConnection::buttonCountChanged, this,
                      &EditingModel::syncButtonCount);
+    QObject::connect(&m_connection, &GVConnection::currentBusChanged, this, &EditingModel::syncBus);
 }
 
 EditingModel::~EditingModel() = default;
@@ -183,14 +185,28 @@ void EditingModel::doubleTap(int shift, int button)
 
 void EditingModel::selectBus(Bus bus)
 {
-    const bool changed = bus != m_selectedBus;
-    m_selectedBus = bus;
+    showBus(bus);
     deselectAll();
     m_connection.changeBus(bus);
-    if (changed) {
-        Q_EMIT selectedBusChanged();
-        Q_EMIT gridDataChanged();
-    }
+}
+
+void EditingModel::syncBus()
+{
+    // Whoever switched the connection, the grid shows the bus that edits are written to.
+    if (m_connection.currentBus() == m_selectedBus)
+        return;
+    deselectAll();
+    clearDragState();
+    showBus(m_connection.currentBus());
+}
+
+void EditingModel::showBus(Bus bus)
+{
+    if (bus == m_selectedBus)
+        return;
+    m_selectedBus = bus;
+    Q_EMIT selectedBusChanged();
+    Q_EMIT gridDataChanged();
 }
 
 void EditingModel::deselectAll()

@@ -70,7 +70,7 @@ public:
     // Opens the source picker for the cell.
     void doubleTap(int shift, int button);
     // A bus tab: shows the bus, empties the selection and switches the connection, even to
-    // the bus already shown.
+    // the bus already shown. The shown bus is always the connection's current bus.
     void selectBus(Bus bus);
     void deselectAll();
 
@@ -173,7 +173,11 @@ private:
     // One button to the frame, after checking it is one the panel has and a source the frame
     // can take.
     void writeButton(const ButtonLocation& location, qint64 source);
+    // The connection's bus and button count are the ones shown: the grid follows them when
+    // they are switched from anywhere.
     void syncButtonCount();
+    void syncBus();
+    void showBus(Bus bus);
 
     // Apply a change and tell the observers when it changed anything.
     void changeSelection(const std::function<void(SelectionModel&)>& change);

@@ -169,9 +169,6 @@ private Q_SLOTS:
         QSignalSpy selection(&editing.model, &EditingModel::selectionChanged);
         editing.model.tap(1, 4);
         editing.model.shiftTap(1, 8);
-        // Someone else moved the connection to another bus; the tab of the bus shown must
-        // still bring it back.
-        editing.connection.changeBus(Bus::aux);
         editing.model.selectBus(Bus::pgm);
         QCOMPARE(editing.connection.currentBus(), Bus::pgm);
         QVERIFY(editing.model.selection().isEmpty());
@@ -179,6 +176,22 @@ private Q_SLOTS:
         QCOMPARE(editing.model.selection().anchor(), std::nullopt);
         QCOMPARE(bus.count(), 0);
         QCOMPARE(selection.count(), 3);
+    }
+
+    void theGridFollowsABusSwitchMadeElsewhere()
+    {
+        OfflineEditing editing;
+        QSignalSpy bus(&editing.model, &EditingModel::selectedBusChanged);
+        editing.model.tap(1, 4);
+        // The grid never shows a bus other than the one edits are written to.
+        editing.connection.changeBus(Bus::aux);
+        QCOMPARE(editing.model.selectedBus(), Bus::aux);
+        QCOMPARE(editing.model.cellState(1, 1).selectedBus, Bus::aux);
+        QVERIFY(editing.model.selection().isEmpty());
+        QCOMPARE(bus.count(), 1);
+        editing.model.selectBus(Bus::me3);
+        QCOMPARE(editing.connection.currentBus(), Bus::me3);
+        QCOMPARE(bus.count(), 2);
     }
 
     void changingTheButtonCountSwitchesTheConnectionAndEmptiesTheSelection()

@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QHBoxLayout>
 #include <QScrollArea>
+#include <QSignalBlocker>
 #include <QSplitter>
 #include <QStyle>
 #include <QTabBar>
@@ -84,8 +85,14 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     layout->addWidget(m_panel);
     layout->addWidget(split, 1);
 
-    QObject::connect(m_busTabs, &QTabBar::tabBarClicked, this, [this](int index) {
+    // Every way the tab bar moves its tab (click, wheel, arrow keys) switches the bus; a click
+    // on the tab already shown is a choice too and empties the selection.
+    QObject::connect(m_busTabs, &QTabBar::currentChanged, this, [this](int index) {
         if (index >= 0)
+            m_model->selectBus(allBuses[std::size_t(index)]);
+    });
+    QObject::connect(m_busTabs, &QTabBar::tabBarClicked, this, [this](int index) {
+        if (index >= 0 && index == m_busTabs->currentIndex())
             m_model->selectBus(allBuses[std::size_t(index)]);
     });
     QObject::connect(m_model.get(), &EditingModel::selectedBusChanged, this, &ContentView::showBus);
@@ -104,6 +111,8 @@ ContentView::~ContentView() = default;
 void ContentView::showBus()
 {
     const auto index = std::find(allBuses.begin(), allBuses.end(), m_model->selectedBus());
+    // Showing the model's bus is not a new choice of bus.
+    const QSignalBlocker quiet(m_busTabs);
     m_busTabs->setCurrentIndex(int(index - allBuses.begin()));
 }
 
