@@ -37,7 +37,14 @@ MainWindow::MainWindow(QSettings& preferences, DebugLogger& logger, QWidget* par
 #endif
     buildMenus(*menuBar(),
                {[this] { m_infoWindows.showAbout(); }, [this] { m_infoWindows.showHelp(); },
-                [this] { exportMappings(); }, [this] { importMappings(); }});
+                [this] { exportMappings(); }, [this] { importMappings(); }, [this] { close(); }});
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    // The program is its main window: Help and About go with it, and the program ends.
+    m_infoWindows.closeAll();
+    QMainWindow::closeEvent(event);
 }
 
 void MainWindow::setUpWindow()

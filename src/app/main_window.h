@@ -12,7 +12,7 @@ class ContentView;
 class DebugLogger;
 
 // The program's one main window: the main view, the menus, the Help and About windows, and the
-// export and import of show files.
+// export and import of show files. Closing it (or File ▸ Quit) ends the program.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
@@ -28,6 +28,9 @@ public:
 
     void exportMappings();
     void importMappings();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     ContentView* m_content;

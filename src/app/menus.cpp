@@ -36,6 +36,11 @@ void buildMenus(QMenuBar& bar, const MenuActions& actions)
     importMappings->setShortcut(QKeySequence(u"Ctrl+Shift+I"_s));
     QObject::connect(importMappings, &QAction::triggered, &bar,
                      [actions] { actions.importMappings(); });
+    file->addSeparator();
+    QAction* quit = file->addAction(u"Quit"_s);
+    quit->setShortcut(QKeySequence(u"Ctrl+Q"_s)); // Command-Q on the Mac
+    quit->setMenuRole(QAction::QuitRole);         // moves to the application menu there
+    QObject::connect(quit, &QAction::triggered, &bar, [actions] { actions.quit(); });
 
     QMenu* help = bar.addMenu(u"Help"_s);
     QAction* quorvaneHelp = help->addAction(u"Quorvane Help"_s);

@@ -11,9 +11,11 @@ struct MenuActions {
     std::function<void()> showHelp;
     std::function<void()> exportMappings;
     std::function<void()> importMappings;
+    std::function<void()> quit;
 };
 
-// The program's menus: "Quorvane" (About), "File" (export and import of show files) and "Help".
+// The program's menus: "Quorvane" (About), "File" (export and import of show files, Quit) and
+// "Help".
 void buildMenus(QMenuBar& bar, const MenuActions& actions);
 
 // Names the application menu "Quorvane" and removes the first "Edit", "View" and "Window"

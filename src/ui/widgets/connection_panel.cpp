@@ -151,7 +151,7 @@ void ConnectionPanel::showConnectionState()
     const bool settingUp = state != ConnectionState::idle && state != ConnectionState::connected;
     m_progress->setVisible(settingUp);
     m_progress->setValue(int(m_connection.connectionProgress() * progressSteps));
-    m_status->setText(m_connection.statusMessage());
+    m_status->setText(statusLineMessage(state, m_connection.statusMessage()));
     const QString frame =
         QString(m_connection.frameName() + u' ' + m_connection.frameVersion()).trimmed();
     m_frame->setText(frame);
