@@ -4,6 +4,7 @@
 
 #include <QMainWindow>
 
+class QMenu;
 class QSettings;
 
 namespace quorvane {
@@ -34,6 +35,7 @@ protected:
 
 private:
     ContentView* m_content;
+    QMenu* m_viewMenu;
     InfoWindows m_infoWindows;
 };
 

@@ -29,7 +29,7 @@ EditingModel::EditingModel(GVConnection& connection, QObject* parent)
 {
     for (auto changed : {&GVConnection::mappingsChanged, &GVConnection::sourceNamesChanged,
                          &GVConnection::isLoadingChanged, &GVConnection::hasLoadedAllBusesChanged,
-                         &GVConnection::isConnectedChanged}) {
+                         &GVConnection::isConnectedChanged, &GVConnection::buttonsAnswered}) {
         QObject::connect(&m_connection, changed, this, &EditingModel::gridDataChanged);
     }
     QObject::connect(&m_connection, &GVConnection::buttonCountChanged, this,
@@ -66,6 +66,7 @@ void EditingModel::setSelectedButtonCount(int count)
         clearDragState();
         Q_EMIT selectedButtonCountChanged();
         Q_EMIT gridDataChanged();
+        updateGridMetrics();
     }
     m_connection.changeButtonCount(count);
 }
@@ -89,6 +90,45 @@ void EditingModel::setShowDebugLog(bool shown)
 void EditingModel::toggleDebugLog()
 {
     setShowDebugLog(!m_showDebugLog);
+}
+
+// --- Zoom --------------------------------------------------------------------------------
+
+void EditingModel::setZoom(const GridZoom& zoom)
+{
+    if (zoom != m_zoom) {
+        m_zoom = zoom;
+        Q_EMIT zoomChanged();
+    }
+    updateGridMetrics();
+}
+
+void EditingModel::zoomIn()
+{
+    setZoom(GridZoom::zoomedIn(m_gridMetrics.zoom()));
+}
+
+void EditingModel::zoomOut()
+{
+    setZoom(GridZoom::zoomedOut(m_gridMetrics.zoom()));
+}
+
+void EditingModel::setGridSpace(QSize space)
+{
+    m_gridSpace = space;
+    updateGridMetrics();
+}
+
+void EditingModel::updateGridMetrics()
+{
+    // Until the grid has a place on screen there is nothing to fit to.
+    if (m_zoom.fitsWindow() && m_gridSpace.isEmpty())
+        return;
+    const GridMetrics metrics(m_zoom.factorFor(m_gridSpace, m_selectedButtonCount));
+    if (metrics == m_gridMetrics)
+        return;
+    m_gridMetrics = metrics;
+    Q_EMIT gridMetricsChanged();
 }
 
 // --- Grid and selection ------------------------------------------------------------------

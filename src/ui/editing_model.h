@@ -5,6 +5,8 @@
 #include "clipboard.h"
 #include "drag_payload.h"
 #include "drop_placement.h"
+#include "grid_geometry.h"
+#include "grid_zoom.h"
 #include "key_table.h"
 #include "model/bus.h"
 #include "sandbox.h"
@@ -16,6 +18,7 @@
 #include <QHash>
 #include <QObject>
 #include <QPointF>
+#include <QSize>
 #include <QString>
 #include <functional>
 #include <optional>
@@ -73,6 +76,16 @@ public:
     // the bus already shown. The shown bus is always the connection's current bus.
     void selectBus(Bus bus);
     void deselectAll();
+
+    // --- Zoom ----------------------------------------------------------------------------
+    const GridZoom& zoom() const { return m_zoom; }
+    void setZoom(const GridZoom& zoom);
+    void zoomIn();
+    void zoomOut();
+    // The space the grid is shown in; a zoom fitted to the window follows it.
+    void setGridSpace(QSize space);
+    // The grid's lengths at the zoom it is drawn at now.
+    const GridMetrics& gridMetrics() const { return m_gridMetrics; }
 
     // --- Clipboard, clear and undo -------------------------------------------------------
     const InternalClipboard& clipboard() const { return m_clipboard; }
@@ -155,7 +168,7 @@ public:
 Q_SIGNALS:
     void selectionChanged();
     void dragStateChanged();
-    // Mappings, names or loading changed: every cell may look different.
+    // Mappings, names, answers or loading changed: every cell may look different.
     void gridDataChanged();
     void clipboardChanged();
     void undoHistoryChanged();
@@ -166,6 +179,9 @@ Q_SIGNALS:
     void showDebugLogChanged();
     void ipAddressChanged();
     void selectedSuiteChanged();
+    void zoomChanged();
+    // The grid is drawn at another size: its lengths are new.
+    void gridMetricsChanged();
 
 private:
     bool isInShownGrid(int shift, int button) const;
@@ -178,6 +194,7 @@ private:
     void syncButtonCount();
     void syncBus();
     void showBus(Bus bus);
+    void updateGridMetrics();
 
     // Apply a change and tell the observers when it changed anything.
     void changeSelection(const std::function<void(SelectionModel&)>& change);
@@ -196,6 +213,9 @@ private:
     int m_selectedButtonCount = 35;
     bool m_showDebugLog = false;
     Bus m_selectedBus = Bus::pgm;
+    GridZoom m_zoom = GridZoom::actualSize();
+    QSize m_gridSpace;
+    GridMetrics m_gridMetrics;
 
     SelectionModel m_selection;
     Sandbox m_sandbox;

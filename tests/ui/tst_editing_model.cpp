@@ -274,12 +274,74 @@ private Q_SLOTS:
         QCOMPARE(model.cellState(1, 1).source, 99);
     }
 
+    void aButtonTheFrameNeverAnsweredIsUnknownNotUnassigned()
+    {
+        OfflineEditing editing;
+        editing.feed(Bus::pgm, {{1, 1, 12}, {1, 2, 0}});
+        const ButtonCellState assigned = editing.model.cellState(1, 1);
+        QCOMPARE(assigned.isUnknown, false);
+        QCOMPARE(assigned.mappingKey, u"PGM-35-1-1"_s);
+        // Answered as unassigned: known, with no source.
+        const ButtonCellState unassigned = editing.model.cellState(1, 2);
+        QCOMPARE(unassigned.isUnknown, false);
+        QCOMPARE(unassigned.source, 0);
+        // Never answered: unknown.
+        const ButtonCellState silent = editing.model.cellState(1, 3);
+        QCOMPARE(silent.isUnknown, true);
+        QCOMPARE(silent.source, 0);
+        QCOMPARE(silent.mappingKey, u"PGM-35-1-3"_s);
+        // An answer at another button count says nothing about this one.
+        editing.model.setSelectedButtonCount(20);
+        QCOMPARE(editing.model.cellState(1, 1).isUnknown, true);
+        QCOMPARE(editing.model.cellState(1, 1).mappingKey, u"PGM-20-1-1"_s);
+    }
+
+    void answersRepaintTheGrid()
+    {
+        OfflineEditing editing;
+        QSignalSpy grid(&editing.model, &EditingModel::gridDataChanged);
+        Q_EMIT editing.connection.buttonsAnswered();
+        QCOMPARE(grid.count(), 1);
+    }
+
+    void tooltipsTellTheSourceItsNamesTheKeyAndWhetherTheFrameAnswered()
+    {
+        ButtonCellState cell;
+        cell.isFullyLoaded = true;
+        cell.mappingKey = u"PGM-35-1-7"_s;
+        cell.source = 12;
+        cell.displayName = u"Camera 12 Wide"_s;
+        cell.engineeringName = u"CAM12"_s;
+        QCOMPARE(cellToolTip(cell),
+                 u"Source 12: Camera 12 Wide\nEngineering name: CAM12\nMapping key: PGM-35-1-7"_s);
+        cell.engineeringName = u"Camera 12 Wide"_s;
+        QCOMPARE(cellToolTip(cell), u"Source 12: Camera 12 Wide\nMapping key: PGM-35-1-7"_s);
+        cell.displayName.reset();
+        cell.engineeringName.reset();
+        QCOMPARE(cellToolTip(cell), u"Source 12\nMapping key: PGM-35-1-7"_s);
+        cell.source = 0;
+        QCOMPARE(cellToolTip(cell), u"No source (unassigned)\nMapping key: PGM-35-1-7"_s);
+        cell.isUnknown = true;
+        QCOMPARE(cellToolTip(cell),
+                 u"Mapping key: PGM-35-1-7\nUnknown: the frame has not answered for this button"_s);
+        cell.source = 703;
+        cell.displayName = u"Black"_s;
+        QCOMPARE(cellToolTip(cell), u"Source 703: Black\nMapping key: PGM-35-1-7\nUnknown: the "
+                                    u"frame has not answered for this button (the source shown "
+                                    u"was written here, unconfirmed)"_s);
+        ButtonCellState loading;
+        loading.mappingKey = u"ME2-20-3-4"_s;
+        loading.isUnknown = true;
+        QCOMPARE(cellToolTip(loading), u"Not loaded yet\nMapping key: ME2-20-3-4\nUnknown: the "
+                                       u"frame has not answered for this button"_s);
+    }
+
     void cellsAreToldWhenTheCacheChanges()
     {
         OfflineEditing editing;
         QSignalSpy grid(&editing.model, &EditingModel::gridDataChanged);
         editing.feed(Bus::pgm, {{3, 3, 40}});
-        QCOMPARE(grid.count(), 1);
+        QVERIFY(grid.count() >= 1); // the new mapping, and the answer
         QCOMPARE(editing.model.cellState(3, 3).source, 40);
     }
 
@@ -445,6 +507,61 @@ private Q_SLOTS:
         // An unselected cell drags alone.
         QCOMPARE(payload->buttons, QList<ButtonData>({{7, 0, 2}}));
         QCOMPARE(editing.model.beginDrag(2, 36, QPointF(1, 1)), std::nullopt);
+    }
+
+    void aZoomedDragIsGrabbedInTheZoomedCell()
+    {
+        OfflineEditing editing;
+        editing.model.setZoom(GridZoom::fixed(2.0));
+        QVERIFY(editing.model.beginDrag(1, 4, QPointF(240, 200)));
+        QCOMPARE(editing.model.dragClickOffset(), QPointF(20, 12));
+        QVERIFY(editing.model.beginDrag(1, 4, std::nullopt));
+        QCOMPARE(editing.model.dragClickOffset(), QPointF(52, 44));
+    }
+
+    void theZoomStartsAtActualSizeAndStepsFromWhatIsShown()
+    {
+        OfflineEditing editing;
+        EditingModel& model = editing.model;
+        QSignalSpy metrics(&model, &EditingModel::gridMetricsChanged);
+        QSignalSpy zoom(&model, &EditingModel::zoomChanged);
+        QCOMPARE(model.zoom(), GridZoom::actualSize());
+        QCOMPARE(model.gridMetrics(), GridMetrics(1.0));
+        model.zoomIn();
+        QCOMPARE(model.gridMetrics().zoom(), 1.1);
+        model.zoomOut();
+        model.zoomOut();
+        QCOMPARE(model.gridMetrics().zoom(), 0.9);
+        QCOMPARE(metrics.count(), 3);
+        QCOMPARE(zoom.count(), 3);
+        model.setZoom(GridZoom::actualSize());
+        QCOMPARE(model.gridMetrics(), GridMetrics(1.0));
+    }
+
+    void aFittedGridFollowsItsSpaceAndTheButtonCount()
+    {
+        OfflineEditing editing;
+        EditingModel& model = editing.model;
+        model.setZoom(GridZoom::fitToWindow());
+        // Nothing to fit to before the grid has a place on screen.
+        QCOMPARE(model.gridMetrics(), GridMetrics(1.0));
+        model.setGridSpace(QSize(1120, 400));
+        const double for35 = model.gridMetrics().zoom();
+        QVERIFY(for35 < 1.0);
+        QVERIFY(model.gridMetrics().gridSize(35).width() <= 1120);
+        // Fewer buttons per row: the same space takes larger cells.
+        model.setSelectedButtonCount(15);
+        QVERIFY(model.gridMetrics().zoom() > for35);
+        QVERIFY(model.gridMetrics().gridSize(15).width() <= 1120);
+        QVERIFY(model.gridMetrics().gridSize(15).height() <= 400);
+        model.setGridSpace(QSize(2000, 900));
+        QCOMPARE(model.gridMetrics().zoom(), fittingFactor(QSize(2000, 900), 15));
+        // Zooming in from a fitted grid takes the next step above what is shown.
+        model.setSelectedButtonCount(35);
+        model.setGridSpace(QSize(1120, 400));
+        model.zoomIn();
+        QVERIFY(!model.zoom().fitsWindow());
+        QCOMPARE(model.gridMetrics().zoom(), GridZoom::zoomedIn(for35).factorFor({}, 35));
     }
 
     void aNewDragClearsTheLastOnesPreview()
