@@ -7,6 +7,7 @@
 #include "link/gv_connection.h"
 #include "source_filter.h"
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -277,6 +278,26 @@ void EditingModel::highlightPickerSource(int source)
     changePicker([&] { m_picker.selectedSource = source; });
 }
 
+void EditingModel::movePickerHighlight(int rows)
+{
+    const QList<int> shown = pickerSources();
+    if (shown.isEmpty() || rows == 0)
+        return;
+    const qsizetype at = m_picker.selectedSource ? shown.indexOf(*m_picker.selectedSource) : -1;
+    const qsizetype to = at < 0 ? (rows > 0 ? 0 : shown.size() - 1)
+                                : std::clamp<qsizetype>(at + rows, 0, shown.size() - 1);
+    highlightPickerSource(shown[to]);
+}
+
+bool EditingModel::chooseHighlightedPickerSource()
+{
+    const std::optional<int> highlighted = m_picker.selectedSource;
+    if (!highlighted || !pickerSources().contains(*highlighted))
+        return false;
+    choosePickerSource(*highlighted);
+    return true;
+}
+
 void EditingModel::choosePickerSource(int source)
 {
     highlightPickerSource(source);
@@ -317,6 +338,51 @@ bool EditingModel::handleKey(Qt::Key key, Qt::KeyboardModifiers modifiers)
     const KeyDecision decision = decideKey(key, modifiers, keyContext());
     runKeyOperation(decision.operation);
     return decision.swallow;
+}
+
+bool EditingModel::handleGridKey(Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
+    // Only plain keys and Shift: every other combination belongs to someone else.
+    if (modifiers & ~(Qt::ShiftModifier | Qt::KeypadModifier))
+        return false;
+    const bool extend = modifiers.testFlag(Qt::ShiftModifier);
+    int shifts = 0;
+    int buttons = 0;
+    switch (key) {
+    case Qt::Key_Left:
+        buttons = -1;
+        break;
+    case Qt::Key_Right:
+        buttons = 1;
+        break;
+    case Qt::Key_Up:
+        shifts = -1;
+        break;
+    case Qt::Key_Down:
+        shifts = 1;
+        break;
+    case Qt::Key_Return:
+    case Qt::Key_Enter: {
+        if (extend || m_selection.isEmpty())
+            return false;
+        const std::optional<SelectedButtonKey> anchor = m_selection.anchor();
+        const SelectedButtonKey cell =
+            anchor && m_selection.contains(*anchor) ? *anchor : *m_selection.first();
+        doubleTap(cell.shift, cell.button);
+        return true;
+    }
+    default:
+        return false;
+    }
+    clearDragState();
+    changeSelection([&](SelectionModel& selection) {
+        if (extend)
+            selection.extendBy(shifts, buttons, m_selectedButtonCount);
+        else
+            selection.moveBy(shifts, buttons, m_selectedButtonCount);
+    });
+    changeSandbox([](Sandbox& sandbox) { sandbox.deselect(); });
+    return true;
 }
 
 void EditingModel::runKeyOperation(KeyOperation operation)

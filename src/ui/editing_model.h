@@ -148,6 +148,12 @@ public:
     QList<int> pickerSources() const;
     // A single click on a row.
     void highlightPickerSource(int source);
+    // Up and Down: the highlight moves by `rows` within the rows shown; with none highlighted
+    // it starts at the first row (or the last, going up).
+    void movePickerHighlight(int rows);
+    // Return: the highlighted row is picked as a double click picks it. False when no row
+    // shown is highlighted.
+    bool chooseHighlightedPickerSource();
     // A double click on a row: the source is picked and the picker closes.
     void choosePickerSource(int source);
     // The picker's result: written to the picker's button, without an undo record.
@@ -164,6 +170,10 @@ public:
     // when it goes on to the focused control.
     bool handleKey(Qt::Key key, Qt::KeyboardModifiers modifiers);
     void runKeyOperation(KeyOperation operation);
+    // A key press in the grid itself, once the shortcuts have passed it on: the arrow keys
+    // move a one-button selection, Shift with an arrow extends it along its row or column,
+    // Return opens the picker for the selected button. Returns whether the key was taken.
+    bool handleGridKey(Qt::Key key, Qt::KeyboardModifiers modifiers);
 
 Q_SIGNALS:
     void selectionChanged();

@@ -407,6 +407,76 @@ private Q_SLOTS:
         QCOMPARE(shown.count(), 2);
     }
 
+    void gridKeysMoveTheSelectionAndReturnOpensThePicker()
+    {
+        OfflineEditing editing;
+        EditingModel& model = editing.model;
+        QSignalSpy selection(&model, &EditingModel::selectionChanged);
+        QVERIFY(!model.handleGridKey(Qt::Key_Return, Qt::NoModifier)); // nothing selected
+        QVERIFY(model.handleGridKey(Qt::Key_Right, Qt::NoModifier));
+        QVERIFY(model.handleGridKey(Qt::Key_Down, Qt::KeypadModifier));
+        QCOMPARE(model.selection().selectedButtons(), ButtonKeySet({{2, 1}}));
+        QVERIFY(model.handleGridKey(Qt::Key_Right, Qt::ShiftModifier));
+        QCOMPARE(model.selection().selectedButtons(), ButtonKeySet({{2, 1}, {2, 2}}));
+        QCOMPARE(selection.count(), 3);
+        // Keys of others: the key table's, and arrows with Command or Alt.
+        for (const auto& [key, modifiers] :
+             {std::pair(Qt::Key_Delete, Qt::KeyboardModifiers(Qt::NoModifier)),
+              std::pair(Qt::Key_C, Qt::KeyboardModifiers(Qt::ControlModifier)),
+              std::pair(Qt::Key_V, Qt::KeyboardModifiers(Qt::ControlModifier)),
+              std::pair(Qt::Key_Z, Qt::KeyboardModifiers(Qt::ControlModifier)),
+              std::pair(Qt::Key_L, Qt::KeyboardModifiers(Qt::ControlModifier)),
+              std::pair(Qt::Key_Left, Qt::KeyboardModifiers(Qt::ControlModifier)),
+              std::pair(Qt::Key_Up, Qt::KeyboardModifiers(Qt::AltModifier)),
+              std::pair(Qt::Key_A, Qt::KeyboardModifiers(Qt::NoModifier))}) {
+            QVERIFY(!model.handleGridKey(key, modifiers));
+        }
+        QCOMPARE(selection.count(), 3);
+        QCOMPARE(model.selection().anchor(), SelectedButtonKey({2, 1}));
+        // Return: the picker, for the anchor of the run.
+        QVERIFY(model.handleGridKey(Qt::Key_Return, Qt::NoModifier));
+        QVERIFY(model.showSourcePicker());
+        QCOMPARE(model.pickerTargetButton(), ButtonLocation({Bus::pgm, 2, 1}));
+        // The key table still treats its keys as before.
+        QCOMPARE(decideKey(Qt::Key_Delete, Qt::NoModifier, model.keyContext()),
+                 KeyDecision({KeyOperation::clearSelection, true}));
+    }
+
+    void upAndDownMoveThePickersHighlightAndReturnPicksIt()
+    {
+        OfflineEditing editing;
+        EditingModel& model = editing.model;
+        model.doubleTap(1, 5);
+        QVERIFY(!model.chooseHighlightedPickerSource()); // nothing highlighted
+        model.movePickerHighlight(1);
+        QCOMPARE(model.sourcePicker().selectedSource, 1);
+        model.movePickerHighlight(1);
+        model.movePickerHighlight(1);
+        QCOMPARE(model.sourcePicker().selectedSource, 3);
+        model.movePickerHighlight(-1);
+        QCOMPARE(model.sourcePicker().selectedSource, 2);
+        model.movePickerHighlight(-5);
+        QCOMPARE(model.sourcePicker().selectedSource, 1);
+        // Within the rows of the search.
+        model.setPickerSearchText(u"12"_s);
+        model.movePickerHighlight(1); // 1 is not a row: the first row
+        QCOMPARE(model.sourcePicker().selectedSource, 12);
+        model.movePickerHighlight(1);
+        QCOMPARE(model.sourcePicker().selectedSource, 112);
+        model.setPickerSearchText(u"809"_s);
+        model.movePickerHighlight(-1);
+        QCOMPARE(model.sourcePicker().selectedSource, 809);
+        model.movePickerHighlight(1); // the last row stays
+        QCOMPARE(model.sourcePicker().selectedSource, 809);
+        // A highlight no row shows is not picked.
+        model.setPickerSearchText(u"77"_s);
+        QVERIFY(!model.chooseHighlightedPickerSource());
+        QVERIFY(model.showSourcePicker());
+        model.movePickerHighlight(1);
+        QVERIFY(model.chooseHighlightedPickerSource());
+        QVERIFY(!model.showSourcePicker());
+    }
+
     void aSandboxSlotAndButtonsExcludeEachOther()
     {
         OfflineEditing editing;

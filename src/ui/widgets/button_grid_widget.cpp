@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QDrag>
+#include <QKeyEvent>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
@@ -88,6 +89,7 @@ void paintSource(QPainter& painter, const QRect& rect, const ButtonCellState& ce
 void paintUnknownMark(QPainter& painter, const QPainterPath& shape, const QRect& rect,
                       const ButtonCellState& cell, const GridMetrics& metrics)
 {
+    painter.setBrushOrigin(rect.topLeft()); // every unknown cell hatched alike
     painter.fillPath(shape, QBrush(QColor(0x9a, 0x9e, 0xa6, 0x70), Qt::BDiagPattern));
     painter.setPen(QColor(0xf5, 0xc5, 0x42));
     const bool alone = cell.source == 0;
@@ -103,6 +105,8 @@ ButtonGridWidget::ButtonGridWidget(EditingModel& model, QWidget* parent)
 {
     setAcceptDrops(true);
     setMouseTracking(false);
+    // A click in the grid gives it the keyboard, for the arrow keys and Return.
+    setFocusPolicy(Qt::StrongFocus);
     for (auto changed : {&EditingModel::gridDataChanged, &EditingModel::selectionChanged,
                          &EditingModel::dragStateChanged, &EditingModel::selectedBusChanged}) {
         QObject::connect(&m_model, changed, this, qOverload<>(&QWidget::update));
@@ -199,6 +203,18 @@ void ButtonGridWidget::paintEvent(QPaintEvent*)
             paintCell(painter, cellRect(shift, button), m_model.cellState(shift, button), metrics);
     }
     Q_EMIT painted();
+}
+
+void ButtonGridWidget::keyPressEvent(QKeyEvent* event)
+{
+    if (!m_model.handleGridKey(Qt::Key(event->key()), event->modifiers())) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    // Taken here, so that it never scrolls the grid's scroll area instead.
+    event->accept();
+    if (const std::optional<SelectedButtonKey> anchor = m_model.selection().anchor())
+        Q_EMIT cellToShow(cellRect(anchor->shift, anchor->button));
 }
 
 void ButtonGridWidget::clickAt(QMouseEvent* event)

@@ -34,10 +34,13 @@ public:
 Q_SIGNALS:
     // Emitted after each repaint, for the bus-switch benchmark and tests.
     void painted();
+    // The keyboard moved the selection to this cell: it should be in view.
+    void cellToShow(const QRect& rect);
 
 protected:
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;

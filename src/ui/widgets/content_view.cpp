@@ -101,6 +101,10 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
             m_model->selectBus(allBuses[std::size_t(index)]);
     });
     QObject::connect(m_model.get(), &EditingModel::selectedBusChanged, this, &ContentView::showBus);
+    QObject::connect(m_grid, &ButtonGridWidget::cellToShow, this, [this](const QRect& cell) {
+        m_gridScroll->ensureVisible(cell.center().x(), cell.center().y(), cell.width(),
+                                    cell.height());
+    });
     QObject::connect(m_model.get(), &EditingModel::zoomChanged, this, [this] {
         m_preferences.setValue(zoomKey.toString(), m_model->zoom().toSetting());
     });
