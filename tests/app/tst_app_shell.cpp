@@ -125,6 +125,24 @@ private Q_SLOTS:
         QCOMPARE(quit, 1);
     }
 
+    void theMainWindowKeepsItsOwnViewMenuThroughTrimming()
+    {
+        QTemporaryDir settingsDir;
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
+        MainWindow window(preferences, logger);
+        const QStringList expected{u"Quorvane"_s, u"File"_s, u"View"_s, u"Help"_s};
+        QCOMPARE(menuTitles(*window.menuBar()), expected);
+        window.setUpWindow();
+        QCOMPARE(menuTitles(*window.menuBar()), expected);
+        QStringList viewItems;
+        for (const QAction* item : window.menuBar()->actions()[2]->menu()->actions())
+            viewItems.append(item->text());
+        QCOMPARE(viewItems,
+                 QStringList({u"Zoom In"_s, u"Zoom Out"_s, u"Actual Size"_s, u"Fit to Window"_s}));
+    }
+
     void closingTheMainWindowEndsTheProgramWhileHelpAndAboutAreOpen()
     {
         QTemporaryDir settingsDir;
