@@ -128,11 +128,19 @@ QWidget* InfoWindows::showAbout()
     return open(u"About Quorvane"_s, aboutContent(), {340, 280});
 }
 
+void InfoWindows::closeAll()
+{
+    for (QWidget* window : m_windows)
+        window->close();
+}
+
 QWidget* InfoWindows::open(const QString& title, QWidget* content, QSize size)
 {
     auto* window =
         new QWidget(nullptr, Qt::Window | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
     window->setWindowTitle(title);
+    // Only the main window keeps the program running.
+    window->setAttribute(Qt::WA_QuitOnClose, false);
     QPalette palette = window->palette();
     palette.setColor(QPalette::Window, windowBackground());
     window->setPalette(palette);

@@ -18,6 +18,8 @@ public:
 
     QWidget* showHelp();
     QWidget* showAbout();
+    // Hides every open window; they never keep the program running on their own.
+    void closeAll();
 
     const std::vector<QWidget*>& windows() const { return m_windows; }
 

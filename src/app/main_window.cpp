@@ -30,7 +30,19 @@ MainWindow::MainWindow(QSettings& preferences, DebugLogger& logger, QWidget* par
 #endif
     buildMenus(*menuBar(),
                {[this] { m_infoWindows.showAbout(); }, [this] { m_infoWindows.showHelp(); },
-                [this] { exportMappings(); }, [this] { importMappings(); }});
+                [this] { exportMappings(); }, [this] { importMappings(); }, [this] { close(); }});
+    EditingModel& model = m_content->model();
+    m_viewMenu =
+        buildViewMenu(*menuBar(), {[&model] { model.zoomIn(); }, [&model] { model.zoomOut(); },
+                                   [&model] { model.setZoom(GridZoom::actualSize()); },
+                                   [&model] { model.setZoom(GridZoom::fitToWindow()); }});
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    // The program is its main window: Help and About go with it, and the program ends.
+    m_infoWindows.closeAll();
+    QMainWindow::closeEvent(event);
 }
 
 void MainWindow::setUpWindow()
@@ -41,7 +53,9 @@ void MainWindow::setUpWindow()
     colours.setColor(QPalette::Window, windowBackground());
     setPalette(colours);
     setWindowTitle(u"Quorvane"_s);
+    // The stock menus go; the grid's zoom under View is the program's own and stays.
     trimMenuBar(*menuBar());
+    placeViewMenu(*menuBar(), *m_viewMenu);
 }
 
 void MainWindow::exportMappings()

@@ -4,6 +4,7 @@
 
 #include <QMainWindow>
 
+class QMenu;
 class QSettings;
 
 namespace quorvane {
@@ -12,7 +13,7 @@ class ContentView;
 class DebugLogger;
 
 // The program's one main window: the main view, the menus, the Help and About windows, and the
-// export and import of show files.
+// export and import of show files. Closing it (or File ▸ Quit) ends the program.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
@@ -29,8 +30,12 @@ public:
     void exportMappings();
     void importMappings();
 
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
 private:
     ContentView* m_content;
+    QMenu* m_viewMenu;
     InfoWindows m_infoWindows;
 };
 

@@ -36,11 +36,47 @@ void buildMenus(QMenuBar& bar, const MenuActions& actions)
     importMappings->setShortcut(QKeySequence(u"Ctrl+Shift+I"_s));
     QObject::connect(importMappings, &QAction::triggered, &bar,
                      [actions] { actions.importMappings(); });
+    file->addSeparator();
+    QAction* quit = file->addAction(u"Quit"_s);
+    quit->setShortcut(QKeySequence(u"Ctrl+Q"_s)); // Command-Q on the Mac
+    quit->setMenuRole(QAction::QuitRole);         // moves to the application menu there
+    QObject::connect(quit, &QAction::triggered, &bar, [actions] { actions.quit(); });
 
     QMenu* help = bar.addMenu(u"Help"_s);
     QAction* quorvaneHelp = help->addAction(u"Quorvane Help"_s);
     quorvaneHelp->setShortcut(helpShortcut());
     QObject::connect(quorvaneHelp, &QAction::triggered, &bar, [actions] { actions.showHelp(); });
+}
+
+QMenu* buildViewMenu(QMenuBar& bar, const ZoomActions& actions)
+{
+    auto* view = new QMenu(u"View"_s, &bar);
+    const std::pair<QString, QList<QKeySequence>> items[] = {
+        {u"Zoom In"_s, {QKeySequence::ZoomIn, QKeySequence(u"Ctrl+="_s)}},
+        {u"Zoom Out"_s, {QKeySequence::ZoomOut}},
+        {u"Actual Size"_s, {QKeySequence(u"Ctrl+0"_s)}},
+        {u"Fit to Window"_s, {QKeySequence(u"Ctrl+9"_s)}}};
+    const std::function<void()> runs[] = {actions.zoomIn, actions.zoomOut, actions.actualSize,
+                                          actions.fitToWindow};
+    for (std::size_t k = 0; k < std::size(items); ++k) {
+        QAction* item = view->addAction(items[k].first);
+        item->setShortcuts(items[k].second);
+        QObject::connect(item, &QAction::triggered, &bar, runs[k]);
+    }
+    placeViewMenu(bar, *view);
+    return view;
+}
+
+void placeViewMenu(QMenuBar& bar, QMenu& view)
+{
+    if (bar.actions().contains(view.menuAction()))
+        return;
+    QAction* before = nullptr;
+    for (QAction* menu : bar.actions()) {
+        if (menu->text() == u"Help"_s)
+            before = menu;
+    }
+    bar.insertMenu(before, &view);
 }
 
 void trimMenuBar(QMenuBar& bar)

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+class QMenu;
 class QMenuBar;
 
 namespace quorvane {
@@ -11,10 +12,24 @@ struct MenuActions {
     std::function<void()> showHelp;
     std::function<void()> exportMappings;
     std::function<void()> importMappings;
+    std::function<void()> quit;
 };
 
-// The program's menus: "Quorvane" (About), "File" (export and import of show files) and "Help".
+// The program's menus: "Quorvane" (About), "File" (export and import of show files, Quit) and
+// "Help".
 void buildMenus(QMenuBar& bar, const MenuActions& actions);
+
+struct ZoomActions {
+    std::function<void()> zoomIn;
+    std::function<void()> zoomOut;
+    std::function<void()> actualSize;
+    std::function<void()> fitToWindow;
+};
+
+// The "View" menu: the grid's zoom, with the usual shortcuts. It is put before "Help".
+QMenu* buildViewMenu(QMenuBar& bar, const ZoomActions& actions);
+// Puts the program's own View menu back before "Help" once trimming has removed it.
+void placeViewMenu(QMenuBar& bar, QMenu& view);
 
 // Names the application menu "Quorvane" and removes the first "Edit", "View" and "Window"
 // menus, whichever of them exist: the program offers nothing under them.

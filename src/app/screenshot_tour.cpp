@@ -1,5 +1,6 @@
-// Takes the README's screenshots of the real window: connected to the built-in demo frame,
-// with a selection, and with the source picker open. Run it under a display (the repository's
+// Takes the README's screenshots of the real window: connected to the built-in demo frame with
+// all 35 buttons of a row fitted to the window, with a selection and the debug log open at its
+// newest lines, and with the source picker open. Run it under a display (the repository's
 // scripts/screenshots.sh starts a virtual one).
 #include "connection_panel.h"
 #include "content_view.h"
@@ -9,13 +10,13 @@
 #include "link/gv_connection.h"
 #include "main_window.h"
 #include "source_picker_dialog.h"
+#include "window_style.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QLineEdit>
 #include <QScreen>
 #include <QSettings>
-#include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QTest>
 #include <cstdio>
@@ -44,7 +45,7 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     const QString folder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : u"docs/screenshots"_s;
     QDir().mkpath(folder);
-    app.setStyle(QStyleFactory::create(u"Fusion"_s));
+    useDarkLook(app);
 
     QTemporaryDir settingsDir;
     QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
@@ -54,6 +55,7 @@ int main(int argc, char** argv)
     window.show();
     window.setUpWindow();
     ContentView& view = window.contentView();
+    view.model().setZoom(GridZoom::fitToWindow());
     QString error;
     const std::unique_ptr<emulator::FrameEmulator> frame = startDemoFrame(view, error);
     if (!frame) {

@@ -73,6 +73,7 @@ void DebugLogger::clear()
 void DebugLogger::append(const QString& line)
 {
     m_logs.append(line);
+    ++m_appended;
     if (m_logs.size() > maxLines)
         m_logs.remove(0, m_logs.size() - maxLines);
     Q_EMIT logsChanged();

@@ -31,6 +31,9 @@ public:
     static DebugLogger& shared();
 
     const QStringList& logs() const { return m_logs; }
+    // How many lines have ever been appended. `logs` holds the last of them, so a viewer that
+    // has shown lines up to a count can append just the newer ones.
+    qint64 appendedCount() const { return m_appended; }
 
     void log(const QString& message, LogLevel level = LogLevel::info);
     void info(const QString& message) { log(message, LogLevel::info); }
@@ -50,6 +53,7 @@ private:
     void append(const QString& line);
 
     QStringList m_logs;
+    qint64 m_appended = 0;
     std::FILE* m_echo = stdout;
 };
 

@@ -14,9 +14,14 @@ struct ButtonCellState {
     int shift = 0;
     int button = 0;
     Bus selectedBus = Bus::pgm;
-    qint64 source = 0;                  // 0: no source
-    std::optional<QString> displayName; // none when the frame gave the source no name
-    bool isFullyLoaded = false;         // false: drawn as a placeholder
+    qint64 source = 0;                      // 0: no source
+    std::optional<QString> displayName;     // none when the frame gave the source no name
+    std::optional<QString> engineeringName; // the source's engineering name, when it has one
+    QString mappingKey;                     // as the connection keys this button ("PGM-35-1-7")
+    bool isFullyLoaded = false;             // false: drawn as a placeholder
+    // The frame has not answered for this button: what it holds is unknown, which is not the
+    // same as unassigned. A source shown on such a button is one written to it, unconfirmed.
+    bool isUnknown = false;
     bool isSelected = false;
     bool isMultiSelected = false; // selected, in a selection of two or more cells
     std::optional<int> anchorButton;
@@ -28,5 +33,9 @@ struct ButtonCellState {
 
     friend bool operator==(const ButtonCellState&, const ButtonCellState&) = default;
 };
+
+// What a cell's tooltip says: the source's number, its full name, its engineering name when
+// that differs, the mapping key, and whether the frame has answered for the button.
+QString cellToolTip(const ButtonCellState& cell);
 
 } // namespace quorvane

@@ -25,6 +25,11 @@ ConnectAction connectButtonAction(bool isConnected, ConnectionState state)
     return ConnectAction::cancel;
 }
 
+QString statusLineMessage(ConnectionState state, const QString& statusMessage)
+{
+    return statusMessage == connectionStateText(state) ? QString() : statusMessage;
+}
+
 LogLineKind logLineKind(const QString& line)
 {
     if (line.contains(u"[ERROR]"_s))

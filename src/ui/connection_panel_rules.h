@@ -14,6 +14,10 @@ QString connectButtonLabel(ConnectionState state);
 enum class ConnectAction { connect, cancel, disconnect };
 ConnectAction connectButtonAction(bool isConnected, ConnectionState state);
 
+// The status message as the status line shows it beside the state's text: nothing when it only
+// repeats that text ("Disconnected" twice says nothing more).
+QString statusLineMessage(ConnectionState state, const QString& statusMessage);
+
 // How a debug log line is coloured: by the first marker found, errors first.
 enum class LogLineKind { error, warning, hex, normal };
 LogLineKind logLineKind(const QString& line);

@@ -7,6 +7,7 @@
 #include "link/gv_connection.h"
 #include "source_filter.h"
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -24,15 +25,17 @@ EditingModel::EditingModel(GVConnection& connection, QObject* parent)
     , m_connection(connection)
     , m_ipAddress(initialFrameAddress)
     , m_selectedButtonCount(connection.buttonCount())
+    , m_selectedBus(connection.currentBus())
     , m_dragClickOffset(0, 0)
 {
     for (auto changed : {&GVConnection::mappingsChanged, &GVConnection::sourceNamesChanged,
                          &GVConnection::isLoadingChanged, &GVConnection::hasLoadedAllBusesChanged,
-                         &GVConnection::isConnectedChanged}) {
+                         &GVConnection::isConnectedChanged, &GVConnection::buttonsAnswered}) {
         QObject::connect(&m_connection, changed, this, &EditingModel::gridDataChanged);
     }
     QObject::connect(&m_connection, &GVConnection::buttonCountChanged, this,
                      &EditingModel::syncButtonCount);
+    QObject::connect(&m_connection, &GVConnection::currentBusChanged, this, &EditingModel::syncBus);
 }
 
 EditingModel::~EditingModel() = default;
@@ -64,6 +67,7 @@ void EditingModel::setSelectedButtonCount(int count)
         clearDragState();
         Q_EMIT selectedButtonCountChanged();
         Q_EMIT gridDataChanged();
+        updateGridMetrics();
     }
     m_connection.changeButtonCount(count);
 }
@@ -87,6 +91,45 @@ void EditingModel::setShowDebugLog(bool shown)
 void EditingModel::toggleDebugLog()
 {
     setShowDebugLog(!m_showDebugLog);
+}
+
+// --- Zoom --------------------------------------------------------------------------------
+
+void EditingModel::setZoom(const GridZoom& zoom)
+{
+    if (zoom != m_zoom) {
+        m_zoom = zoom;
+        Q_EMIT zoomChanged();
+    }
+    updateGridMetrics();
+}
+
+void EditingModel::zoomIn()
+{
+    setZoom(GridZoom::zoomedIn(m_gridMetrics.zoom()));
+}
+
+void EditingModel::zoomOut()
+{
+    setZoom(GridZoom::zoomedOut(m_gridMetrics.zoom()));
+}
+
+void EditingModel::setGridSpace(QSize space)
+{
+    m_gridSpace = space;
+    updateGridMetrics();
+}
+
+void EditingModel::updateGridMetrics()
+{
+    // Until the grid has a place on screen there is nothing to fit to.
+    if (m_zoom.fitsWindow() && m_gridSpace.isEmpty())
+        return;
+    const GridMetrics metrics(m_zoom.factorFor(m_gridSpace, m_selectedButtonCount));
+    if (metrics == m_gridMetrics)
+        return;
+    m_gridMetrics = metrics;
+    Q_EMIT gridMetricsChanged();
 }
 
 // --- Grid and selection ------------------------------------------------------------------
@@ -183,14 +226,28 @@ void EditingModel::doubleTap(int shift, int button)
 
 void EditingModel::selectBus(Bus bus)
 {
-    const bool changed = bus != m_selectedBus;
-    m_selectedBus = bus;
+    showBus(bus);
     deselectAll();
     m_connection.changeBus(bus);
-    if (changed) {
-        Q_EMIT selectedBusChanged();
-        Q_EMIT gridDataChanged();
-    }
+}
+
+void EditingModel::syncBus()
+{
+    // Whoever switched the connection, the grid shows the bus that edits are written to.
+    if (m_connection.currentBus() == m_selectedBus)
+        return;
+    deselectAll();
+    clearDragState();
+    showBus(m_connection.currentBus());
+}
+
+void EditingModel::showBus(Bus bus)
+{
+    if (bus == m_selectedBus)
+        return;
+    m_selectedBus = bus;
+    Q_EMIT selectedBusChanged();
+    Q_EMIT gridDataChanged();
 }
 
 void EditingModel::deselectAll()
@@ -219,6 +276,26 @@ QList<int> EditingModel::pickerSources() const
 void EditingModel::highlightPickerSource(int source)
 {
     changePicker([&] { m_picker.selectedSource = source; });
+}
+
+void EditingModel::movePickerHighlight(int rows)
+{
+    const QList<int> shown = pickerSources();
+    if (shown.isEmpty() || rows == 0)
+        return;
+    const qsizetype at = m_picker.selectedSource ? shown.indexOf(*m_picker.selectedSource) : -1;
+    const qsizetype to = at < 0 ? (rows > 0 ? 0 : shown.size() - 1)
+                                : std::clamp<qsizetype>(at + rows, 0, shown.size() - 1);
+    highlightPickerSource(shown[to]);
+}
+
+bool EditingModel::chooseHighlightedPickerSource()
+{
+    const std::optional<int> highlighted = m_picker.selectedSource;
+    if (!highlighted || !pickerSources().contains(*highlighted))
+        return false;
+    choosePickerSource(*highlighted);
+    return true;
 }
 
 void EditingModel::choosePickerSource(int source)
@@ -261,6 +338,51 @@ bool EditingModel::handleKey(Qt::Key key, Qt::KeyboardModifiers modifiers)
     const KeyDecision decision = decideKey(key, modifiers, keyContext());
     runKeyOperation(decision.operation);
     return decision.swallow;
+}
+
+bool EditingModel::handleGridKey(Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
+    // Only plain keys and Shift: every other combination belongs to someone else.
+    if (modifiers & ~(Qt::ShiftModifier | Qt::KeypadModifier))
+        return false;
+    const bool extend = modifiers.testFlag(Qt::ShiftModifier);
+    int shifts = 0;
+    int buttons = 0;
+    switch (key) {
+    case Qt::Key_Left:
+        buttons = -1;
+        break;
+    case Qt::Key_Right:
+        buttons = 1;
+        break;
+    case Qt::Key_Up:
+        shifts = -1;
+        break;
+    case Qt::Key_Down:
+        shifts = 1;
+        break;
+    case Qt::Key_Return:
+    case Qt::Key_Enter: {
+        if (extend || m_selection.isEmpty())
+            return false;
+        const std::optional<SelectedButtonKey> anchor = m_selection.anchor();
+        const SelectedButtonKey cell =
+            anchor && m_selection.contains(*anchor) ? *anchor : *m_selection.first();
+        doubleTap(cell.shift, cell.button);
+        return true;
+    }
+    default:
+        return false;
+    }
+    clearDragState();
+    changeSelection([&](SelectionModel& selection) {
+        if (extend)
+            selection.extendBy(shifts, buttons, m_selectedButtonCount);
+        else
+            selection.moveBy(shifts, buttons, m_selectedButtonCount);
+    });
+    changeSandbox([](Sandbox& sandbox) { sandbox.deselect(); });
+    return true;
 }
 
 void EditingModel::runKeyOperation(KeyOperation operation)

@@ -5,6 +5,8 @@
 #include "clipboard.h"
 #include "drag_payload.h"
 #include "drop_placement.h"
+#include "grid_geometry.h"
+#include "grid_zoom.h"
 #include "key_table.h"
 #include "model/bus.h"
 #include "sandbox.h"
@@ -16,6 +18,7 @@
 #include <QHash>
 #include <QObject>
 #include <QPointF>
+#include <QSize>
 #include <QString>
 #include <functional>
 #include <optional>
@@ -70,9 +73,19 @@ public:
     // Opens the source picker for the cell.
     void doubleTap(int shift, int button);
     // A bus tab: shows the bus, empties the selection and switches the connection, even to
-    // the bus already shown.
+    // the bus already shown. The shown bus is always the connection's current bus.
     void selectBus(Bus bus);
     void deselectAll();
+
+    // --- Zoom ----------------------------------------------------------------------------
+    const GridZoom& zoom() const { return m_zoom; }
+    void setZoom(const GridZoom& zoom);
+    void zoomIn();
+    void zoomOut();
+    // The space the grid is shown in; a zoom fitted to the window follows it.
+    void setGridSpace(QSize space);
+    // The grid's lengths at the zoom it is drawn at now.
+    const GridMetrics& gridMetrics() const { return m_gridMetrics; }
 
     // --- Clipboard, clear and undo -------------------------------------------------------
     const InternalClipboard& clipboard() const { return m_clipboard; }
@@ -135,6 +148,12 @@ public:
     QList<int> pickerSources() const;
     // A single click on a row.
     void highlightPickerSource(int source);
+    // Up and Down: the highlight moves by `rows` within the rows shown; with none highlighted
+    // it starts at the first row (or the last, going up).
+    void movePickerHighlight(int rows);
+    // Return: the highlighted row is picked as a double click picks it. False when no row
+    // shown is highlighted.
+    bool chooseHighlightedPickerSource();
     // A double click on a row: the source is picked and the picker closes.
     void choosePickerSource(int source);
     // The picker's result: written to the picker's button, without an undo record.
@@ -151,11 +170,15 @@ public:
     // when it goes on to the focused control.
     bool handleKey(Qt::Key key, Qt::KeyboardModifiers modifiers);
     void runKeyOperation(KeyOperation operation);
+    // A key press in the grid itself, once the shortcuts have passed it on: the arrow keys
+    // move a one-button selection, Shift with an arrow extends it along its row or column,
+    // Return opens the picker for the selected button. Returns whether the key was taken.
+    bool handleGridKey(Qt::Key key, Qt::KeyboardModifiers modifiers);
 
 Q_SIGNALS:
     void selectionChanged();
     void dragStateChanged();
-    // Mappings, names or loading changed: every cell may look different.
+    // Mappings, names, answers or loading changed: every cell may look different.
     void gridDataChanged();
     void clipboardChanged();
     void undoHistoryChanged();
@@ -166,6 +189,9 @@ Q_SIGNALS:
     void showDebugLogChanged();
     void ipAddressChanged();
     void selectedSuiteChanged();
+    void zoomChanged();
+    // The grid is drawn at another size: its lengths are new.
+    void gridMetricsChanged();
 
 private:
     bool isInShownGrid(int shift, int button) const;
@@ -173,7 +199,12 @@ private:
     // One button to the frame, after checking it is one the panel has and a source the frame
     // can take.
     void writeButton(const ButtonLocation& location, qint64 source);
+    // The connection's bus and button count are the ones shown: the grid follows them when
+    // they are switched from anywhere.
     void syncButtonCount();
+    void syncBus();
+    void showBus(Bus bus);
+    void updateGridMetrics();
 
     // Apply a change and tell the observers when it changed anything.
     void changeSelection(const std::function<void(SelectionModel&)>& change);
@@ -192,6 +223,9 @@ private:
     int m_selectedButtonCount = 35;
     bool m_showDebugLog = false;
     Bus m_selectedBus = Bus::pgm;
+    GridZoom m_zoom = GridZoom::actualSize();
+    QSize m_gridSpace;
+    GridMetrics m_gridMetrics;
 
     SelectionModel m_selection;
     Sandbox m_sandbox;

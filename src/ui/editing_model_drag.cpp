@@ -43,7 +43,8 @@ std::optional<MultiButtonDragData> EditingModel::beginDrag(int shift, int button
     if (!isInShownGrid(shift, button))
         return std::nullopt;
     clearDragState();
-    const QPointF offset = windowPoint ? grabPoint(*windowPoint) : centreOfCell();
+    const QPointF offset =
+        windowPoint ? m_gridMetrics.grabPoint(*windowPoint) : m_gridMetrics.centreOfCell();
     if (offset != m_dragClickOffset) {
         m_dragClickOffset = offset;
         Q_EMIT dragStateChanged();

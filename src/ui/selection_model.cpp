@@ -3,6 +3,7 @@
 #include "grid_geometry.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace quorvane {
@@ -89,6 +90,54 @@ void SelectionModel::deselectAll()
     m_anchorButton.reset();
     m_anchorShift.reset();
     m_isVertical = false;
+}
+
+void SelectionModel::moveBy(int shifts, int buttons, int buttonCount)
+{
+    std::optional<SelectedButtonKey> from = anchor();
+    if (!from)
+        from = first();
+    if (!from) {
+        // Nothing to move from: the first arrow key selects the first cell.
+        selectOnly({firstShift, 1});
+        setAnchor({firstShift, 1});
+        return;
+    }
+    const SelectedButtonKey to{from->shift + shifts, from->button + buttons};
+    if (!isInGrid(to.shift, to.button, buttonCount))
+        return;
+    selectOnly(to);
+    setAnchor(to);
+}
+
+void SelectionModel::extendBy(int shifts, int buttons, int buttonCount)
+{
+    const std::optional<SelectedButtonKey> from = movingEnd();
+    if (!from) {
+        moveBy(shifts, buttons, buttonCount);
+        return;
+    }
+    const SelectedButtonKey to{from->shift + shifts, from->button + buttons};
+    if (isInGrid(to.shift, to.button, buttonCount))
+        shiftTap(to);
+}
+
+std::optional<SelectedButtonKey> SelectionModel::movingEnd() const
+{
+    const std::optional<SelectedButtonKey> from = anchor();
+    if (!from)
+        return first();
+    std::optional<SelectedButtonKey> end;
+    int farthest = -1;
+    for (const SelectedButtonKey& key : sortedKeys(m_selected)) {
+        const int distance =
+            std::abs(key.shift - from->shift) + std::abs(key.button - from->button);
+        if (distance > farthest) {
+            farthest = distance;
+            end = key;
+        }
+    }
+    return farthest > 0 ? end : from;
 }
 
 void SelectionModel::setAnchor(SelectedButtonKey key)

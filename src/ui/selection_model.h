@@ -36,6 +36,14 @@ public:
     // Nothing selected, no anchor.
     void deselectAll();
 
+    // An arrow key: the selection becomes the one cell next to the anchor in that direction,
+    // which becomes the anchor. With no anchor the first cell is taken. A step off the grid
+    // changes nothing.
+    void moveBy(int shifts, int buttons, int buttonCount);
+    // Shift with an arrow key: the end of the run away from the anchor moves one cell, and
+    // the selection is what a Shift-click on that cell makes of it.
+    void extendBy(int shifts, int buttons, int buttonCount);
+
     void setAnchor(SelectedButtonKey key);
     // The selection becomes `buttons` of one row, or `shifts` of one column; used when a paste
     // or a drag replaces it.
@@ -46,6 +54,9 @@ public:
 
 private:
     void selectOnly(SelectedButtonKey key);
+    // The cell the arrow keys move from: the anchor for a move, the far end of the run from
+    // the anchor for an extension.
+    std::optional<SelectedButtonKey> movingEnd() const;
 
     ButtonKeySet m_selected;
     std::optional<int> m_selectionShift;

@@ -10,6 +10,7 @@
 #include "first_paint.h"
 #include "info_windows.h"
 #include "link/gv_connection.h"
+#include "main_window.h"
 #include "menus.h"
 #include "no_paste_line_edit.h"
 #include "project_info.h"
@@ -27,6 +28,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
@@ -57,6 +59,18 @@ public:
 protected:
     void paintEvent(QPaintEvent*) override { ++paints; }
 };
+
+// Runs the program's event loop, as main() does, with `action` as its first event: true when
+// the loop then ends by itself, false when it still runs two seconds later.
+bool endsTheProgram(const std::function<void()>& action)
+{
+    QTimer::singleShot(0, qApp, action);
+    QTimer stillRunning;
+    stillRunning.setSingleShot(true);
+    QObject::connect(&stillRunning, &QTimer::timeout, qApp, [] { QCoreApplication::exit(1); });
+    stillRunning.start(2000);
+    return QApplication::exec() == 0;
+}
 
 } // namespace
 
@@ -95,7 +109,8 @@ private Q_SLOTS:
         QMenuBar bar;
         int about = 0;
         int help = 0;
-        buildMenus(bar, {[&] { ++about; }, [&] { ++help; }, [] {}, [] {}});
+        int quit = 0;
+        buildMenus(bar, {[&] { ++about; }, [&] { ++help; }, [] {}, [] {}, [&] { ++quit; }});
         QCOMPARE(menuTitles(bar), QStringList({u"Quorvane"_s, u"File"_s, u"Help"_s}));
         const QList<QAction*> quorvane = bar.actions()[0]->menu()->actions();
         QCOMPARE(quorvane.size(), 1);
@@ -109,9 +124,94 @@ private Q_SLOTS:
         QCOMPARE(about, 1);
         QCOMPARE(help, 1);
         QStringList fileItems;
-        for (const QAction* item : bar.actions()[1]->menu()->actions())
-            fileItems.append(item->text());
-        QCOMPARE(fileItems, QStringList({u"Export Mappings…"_s, u"Import Mappings…"_s}));
+        for (const QAction* item : bar.actions()[1]->menu()->actions()) {
+            if (!item->isSeparator())
+                fileItems.append(item->text());
+        }
+        QCOMPARE(fileItems, QStringList({u"Export Mappings…"_s, u"Import Mappings…"_s, u"Quit"_s}));
+        QAction* quitItem = bar.actions()[1]->menu()->actions().last();
+        QCOMPARE(quitItem->shortcut(), QKeySequence(u"Ctrl+Q"_s));
+        QCOMPARE(quitItem->menuRole(), QAction::QuitRole);
+        quitItem->trigger();
+        QCOMPARE(quit, 1);
+    }
+
+    void theMainWindowKeepsItsOwnViewMenuThroughTrimming()
+    {
+        QTemporaryDir settingsDir;
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
+        MainWindow window(preferences, logger);
+        const QStringList expected{u"Quorvane"_s, u"File"_s, u"View"_s, u"Help"_s};
+        QCOMPARE(menuTitles(*window.menuBar()), expected);
+        window.setUpWindow();
+        QCOMPARE(menuTitles(*window.menuBar()), expected);
+        QStringList viewItems;
+        for (const QAction* item : window.menuBar()->actions()[2]->menu()->actions())
+            viewItems.append(item->text());
+        QCOMPARE(viewItems,
+                 QStringList({u"Zoom In"_s, u"Zoom Out"_s, u"Actual Size"_s, u"Fit to Window"_s}));
+    }
+
+    void closingTheMainWindowEndsTheProgramWhileHelpAndAboutAreOpen()
+    {
+        QTemporaryDir settingsDir;
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
+        MainWindow window(preferences, logger);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QWidget* help = window.infoWindows().showHelp();
+        QWidget* about = window.infoWindows().showAbout();
+        QVERIFY(endsTheProgram([&] { window.close(); }));
+        QVERIFY(!help->isVisible());
+        QVERIFY(!about->isVisible());
+    }
+
+    void fileQuitEndsTheProgramWhileHelpIsOpen()
+    {
+        QTemporaryDir settingsDir;
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
+        MainWindow window(preferences, logger);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QWidget* help = window.infoWindows().showHelp();
+        QVERIFY(QTest::qWaitForWindowExposed(help));
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        // Ctrl+Q in the main window, as the operator presses it.
+        QVERIFY(endsTheProgram([&] { QTest::keyClick(&window, Qt::Key_Q, Qt::ControlModifier); }));
+        QVERIFY(!window.isVisible());
+        QVERIFY(!help->isVisible());
+    }
+
+    void theStatusLineSaysAThingOnce()
+    {
+        QCOMPARE(statusLineMessage(ConnectionState::idle, u"Disconnected"_s), QString());
+        QCOMPARE(statusLineMessage(ConnectionState::idle, u"Handshake timeout"_s),
+                 u"Handshake timeout"_s);
+        QCOMPARE(statusLineMessage(ConnectionState::heartbeat, u"Verifying heartbeat..."_s),
+                 QString());
+        QCOMPARE(statusLineMessage(ConnectionState::connected, u"PGM (35-btn): 140 mappings"_s),
+                 u"PGM (35-btn): 140 mappings"_s);
+
+        QTemporaryDir settingsDir;
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
+        ContentView view(preferences, logger);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        QStringList shown;
+        for (const QLabel* label : view.connectionPanel()->findChildren<QLabel*>()) {
+            if (label->isVisible() && label->text().contains(u"Disconnected"_s))
+                shown.append(label->text());
+        }
+        QCOMPARE(shown, QStringList({u"Disconnected"_s}));
     }
 
     void helpTwiceOpensTwoWindows()
@@ -394,10 +494,10 @@ private Q_SLOTS:
         view.show();
         QVERIFY(QTest::qWaitForWindowExposed(&view));
         QComboBox* counts = view.connectionPanel()->buttonCountChoice();
-        const int twenty = counts->findData(20);
-        QVERIFY(twenty >= 0);
-        counts->setCurrentIndex(twenty);
-        Q_EMIT counts->activated(twenty);
+        // 35 → 25 → 20 by the arrow keys on the box.
+        QTest::keyClick(counts, Qt::Key_Up);
+        QTest::keyClick(counts, Qt::Key_Up);
+        QCOMPARE(counts->currentData().toInt(), 20);
         QCOMPARE(view.connection().buttonCount(), 20);
         QCOMPARE(view.model().selectedButtonCount(), 20);
         QCOMPARE(view.grid()->sizeHint().width(), 55 + 20 * 55 + 4);

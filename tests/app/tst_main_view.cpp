@@ -1,112 +1,18 @@
 // The main window at work against the emulated frame, driven by real Qt events: clicks, keys,
 // drops, the connect button and the source picker.
-#include "button_grid_widget.h"
-#include "connection_panel.h"
-#include "content_view.h"
 #include "demo_frame.h"
-#include "drag_payload.h"
-#include "editing_model.h"
-#include "link_fixture.h"
-#include "main_window.h"
+#include "desk.h"
 #include "no_paste_line_edit.h"
 #include "sandbox_strip.h"
 #include "source_picker_dialog.h"
 
 #include <QListWidget>
-#include <QMimeData>
 #include <QPushButton>
-#include <QSettings>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QToolButton>
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
 using namespace quorvane::test;
-
-namespace {
-
-constexpr int connectTimeoutMs = 10'000;
-
-// Records the key presses that reach a widget.
-class KeyRecorder : public QObject {
-public:
-    QList<QKeyCombination> keys;
-    bool eventFilter(QObject*, QEvent* event) override
-    {
-        // The modifier keys' own presses are of no interest here.
-        static const QList<int> modifiers{Qt::Key_Shift, Qt::Key_Control, Qt::Key_Meta,
-                                          Qt::Key_Alt};
-        if (event->type() == QEvent::KeyPress &&
-            !modifiers.contains(static_cast<QKeyEvent*>(event)->key())) {
-            keys.append(static_cast<QKeyEvent*>(event)->keyCombination());
-        }
-        return false;
-    }
-};
-
-// The program's main window with the emulated frame as its frame.
-struct Desk {
-    explicit Desk(emulator::FrameEmulatorOptions options = {})
-        : frame(std::move(options))
-        , preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat)
-        , window(preferences, logger)
-        , view(window.contentView())
-        , model(view.model())
-        , connection(view.connection())
-        , grid(*view.grid())
-    {
-        logger.setEcho(nullptr);
-        connection.setTiming(fastTiming());
-        model.setIpAddress(u"127.0.0.1"_s);
-    }
-
-    bool start()
-    {
-        if (!frame.start())
-            return false;
-        window.show();
-        return QTest::qWaitForWindowExposed(&window);
-    }
-
-    bool connectAndWait()
-    {
-        QTest::mouseClick(view.connectionPanel()->connectButton(), Qt::LeftButton);
-        return QTest::qWaitFor(
-            [&] { return connection.connectionState() == ConnectionState::connected; },
-            connectTimeoutMs);
-    }
-
-    void click(int shift, int button, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
-    {
-        QTest::mouseClick(&grid, Qt::LeftButton, modifiers, grid.cellRect(shift, button).center());
-        QTest::qWait(350); // keep separate clicks from pairing into a double click
-    }
-
-    void dropOn(QWidget& target, QPoint at, const MultiButtonDragData& payload)
-    {
-        QMimeData mime;
-        mime.setData(dragDataMimeType(), encodeDragData(payload));
-        QDragEnterEvent enter(at, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&target, &enter);
-        QDragMoveEvent move(at, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&target, &move);
-        QDropEvent drop(QPointF(at), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&target, &drop);
-    }
-
-    emulator::FrameEmulator frame;
-    QTemporaryDir settingsDir;
-    QSettings preferences;
-    DebugLogger logger;
-    MainWindow window;
-    ContentView& view;
-    EditingModel& model;
-    GVConnection& connection;
-    ButtonGridWidget& grid;
-};
-
-} // namespace
 
 class TestMainView : public QObject {
     Q_OBJECT

@@ -54,6 +54,7 @@ private Q_SLOTS:
         QCOMPARE(messages.size(), 500);
         QCOMPARE(messages.first(), u"[INFO] line 2"_s);
         QCOMPARE(messages.last(), u"[INFO] line 501"_s);
+        QCOMPARE(logger.appendedCount(), 501);
     }
 
     void hexDumpOfBytes()
@@ -83,6 +84,8 @@ private Q_SLOTS:
         logger.clear();
         logger.info(u"new"_s);
         QCOMPARE(loggedMessages(logger), QStringList(u"[INFO] new"_s));
+        // Clearing forgets lines, not how many there have been.
+        QCOMPARE(logger.appendedCount(), 3);
     }
 
     void echoesEachLineAtOnce()

@@ -149,12 +149,26 @@ private Q_SLOTS:
 
     void grabPointIsThePointerInsideItsCell()
     {
-        QCOMPARE(grabPoint({120, 100}), QPointF(10, 6));
+        const GridMetrics actual;
+        QCOMPARE(actual.grabPoint({120, 100}), QPointF(10, 6));
         // 108 mod 55 = 53 and 92 mod 47 = 45 lie in the gap between cells.
-        QCOMPARE(grabPoint({108, 92}), QPointF(52, 44));
-        QCOMPARE(grabPoint({55, 47}), QPointF(0, 0));
-        QCOMPARE(grabPoint({-3, 10.5}), QPointF(0, 10.5));
-        QCOMPARE(centreOfCell(), QPointF(26, 22));
+        QCOMPARE(actual.grabPoint({108, 92}), QPointF(52, 44));
+        QCOMPARE(actual.grabPoint({55, 47}), QPointF(0, 0));
+        QCOMPARE(actual.grabPoint({-3, 10.5}), QPointF(0, 10.5));
+        QCOMPARE(actual.centreOfCell(), QPointF(26, 22));
+    }
+
+    void theGrabPointScalesWithTheGrid()
+    {
+        // At twice the size cells are 104 × 88 on a pitch of 110 × 94.
+        const GridMetrics twice(2.0);
+        QCOMPARE(twice.grabPoint({240, 200}), QPointF(20, 12));
+        QCOMPARE(twice.grabPoint({216, 184}), QPointF(104, 88));
+        QCOMPARE(twice.centreOfCell(), QPointF(52, 44));
+        const GridMetrics half(0.5);
+        // Half size: cells 26 × 22 on a pitch of 28 × 24 (27.5 and 23.5 rounded).
+        QCOMPARE(half.grabPoint({60, 50}), QPointF(4, 2));
+        QCOMPARE(half.centreOfCell(), QPointF(13, 11));
     }
 };
 

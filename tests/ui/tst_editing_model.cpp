@@ -169,9 +169,6 @@ private Q_SLOTS:
         QSignalSpy selection(&editing.model, &EditingModel::selectionChanged);
         editing.model.tap(1, 4);
         editing.model.shiftTap(1, 8);
-        // Someone else moved the connection to another bus; the tab of the bus shown must
-        // still bring it back.
-        editing.connection.changeBus(Bus::aux);
         editing.model.selectBus(Bus::pgm);
         QCOMPARE(editing.connection.currentBus(), Bus::pgm);
         QVERIFY(editing.model.selection().isEmpty());
@@ -179,6 +176,22 @@ private Q_SLOTS:
         QCOMPARE(editing.model.selection().anchor(), std::nullopt);
         QCOMPARE(bus.count(), 0);
         QCOMPARE(selection.count(), 3);
+    }
+
+    void theGridFollowsABusSwitchMadeElsewhere()
+    {
+        OfflineEditing editing;
+        QSignalSpy bus(&editing.model, &EditingModel::selectedBusChanged);
+        editing.model.tap(1, 4);
+        // The grid never shows a bus other than the one edits are written to.
+        editing.connection.changeBus(Bus::aux);
+        QCOMPARE(editing.model.selectedBus(), Bus::aux);
+        QCOMPARE(editing.model.cellState(1, 1).selectedBus, Bus::aux);
+        QVERIFY(editing.model.selection().isEmpty());
+        QCOMPARE(bus.count(), 1);
+        editing.model.selectBus(Bus::me3);
+        QCOMPARE(editing.connection.currentBus(), Bus::me3);
+        QCOMPARE(bus.count(), 2);
     }
 
     void changingTheButtonCountSwitchesTheConnectionAndEmptiesTheSelection()
@@ -261,12 +274,74 @@ private Q_SLOTS:
         QCOMPARE(model.cellState(1, 1).source, 99);
     }
 
+    void aButtonTheFrameNeverAnsweredIsUnknownNotUnassigned()
+    {
+        OfflineEditing editing;
+        editing.feed(Bus::pgm, {{1, 1, 12}, {1, 2, 0}});
+        const ButtonCellState assigned = editing.model.cellState(1, 1);
+        QCOMPARE(assigned.isUnknown, false);
+        QCOMPARE(assigned.mappingKey, u"PGM-35-1-1"_s);
+        // Answered as unassigned: known, with no source.
+        const ButtonCellState unassigned = editing.model.cellState(1, 2);
+        QCOMPARE(unassigned.isUnknown, false);
+        QCOMPARE(unassigned.source, 0);
+        // Never answered: unknown.
+        const ButtonCellState silent = editing.model.cellState(1, 3);
+        QCOMPARE(silent.isUnknown, true);
+        QCOMPARE(silent.source, 0);
+        QCOMPARE(silent.mappingKey, u"PGM-35-1-3"_s);
+        // An answer at another button count says nothing about this one.
+        editing.model.setSelectedButtonCount(20);
+        QCOMPARE(editing.model.cellState(1, 1).isUnknown, true);
+        QCOMPARE(editing.model.cellState(1, 1).mappingKey, u"PGM-20-1-1"_s);
+    }
+
+    void answersRepaintTheGrid()
+    {
+        OfflineEditing editing;
+        QSignalSpy grid(&editing.model, &EditingModel::gridDataChanged);
+        Q_EMIT editing.connection.buttonsAnswered();
+        QCOMPARE(grid.count(), 1);
+    }
+
+    void tooltipsTellTheSourceItsNamesTheKeyAndWhetherTheFrameAnswered()
+    {
+        ButtonCellState cell;
+        cell.isFullyLoaded = true;
+        cell.mappingKey = u"PGM-35-1-7"_s;
+        cell.source = 12;
+        cell.displayName = u"Camera 12 Wide"_s;
+        cell.engineeringName = u"CAM12"_s;
+        QCOMPARE(cellToolTip(cell),
+                 u"Source 12: Camera 12 Wide\nEngineering name: CAM12\nMapping key: PGM-35-1-7"_s);
+        cell.engineeringName = u"Camera 12 Wide"_s;
+        QCOMPARE(cellToolTip(cell), u"Source 12: Camera 12 Wide\nMapping key: PGM-35-1-7"_s);
+        cell.displayName.reset();
+        cell.engineeringName.reset();
+        QCOMPARE(cellToolTip(cell), u"Source 12\nMapping key: PGM-35-1-7"_s);
+        cell.source = 0;
+        QCOMPARE(cellToolTip(cell), u"No source (unassigned)\nMapping key: PGM-35-1-7"_s);
+        cell.isUnknown = true;
+        QCOMPARE(cellToolTip(cell),
+                 u"Mapping key: PGM-35-1-7\nUnknown: the frame has not answered for this button"_s);
+        cell.source = 703;
+        cell.displayName = u"Black"_s;
+        QCOMPARE(cellToolTip(cell), u"Source 703: Black\nMapping key: PGM-35-1-7\nUnknown: the "
+                                    u"frame has not answered for this button (the source shown "
+                                    u"was written here, unconfirmed)"_s);
+        ButtonCellState loading;
+        loading.mappingKey = u"ME2-20-3-4"_s;
+        loading.isUnknown = true;
+        QCOMPARE(cellToolTip(loading), u"Not loaded yet\nMapping key: ME2-20-3-4\nUnknown: the "
+                                       u"frame has not answered for this button"_s);
+    }
+
     void cellsAreToldWhenTheCacheChanges()
     {
         OfflineEditing editing;
         QSignalSpy grid(&editing.model, &EditingModel::gridDataChanged);
         editing.feed(Bus::pgm, {{3, 3, 40}});
-        QCOMPARE(grid.count(), 1);
+        QVERIFY(grid.count() >= 1); // the new mapping, and the answer
         QCOMPARE(editing.model.cellState(3, 3).source, 40);
     }
 
@@ -330,6 +405,76 @@ private Q_SLOTS:
         QVERIFY(editing.model.handleKey(Qt::Key_L, Qt::ControlModifier));
         QCOMPARE(editing.model.showDebugLog(), false);
         QCOMPARE(shown.count(), 2);
+    }
+
+    void gridKeysMoveTheSelectionAndReturnOpensThePicker()
+    {
+        OfflineEditing editing;
+        EditingModel& model = editing.model;
+        QSignalSpy selection(&model, &EditingModel::selectionChanged);
+        QVERIFY(!model.handleGridKey(Qt::Key_Return, Qt::NoModifier)); // nothing selected
+        QVERIFY(model.handleGridKey(Qt::Key_Right, Qt::NoModifier));
+        QVERIFY(model.handleGridKey(Qt::Key_Down, Qt::KeypadModifier));
+        QCOMPARE(model.selection().selectedButtons(), ButtonKeySet({{2, 1}}));
+        QVERIFY(model.handleGridKey(Qt::Key_Right, Qt::ShiftModifier));
+        QCOMPARE(model.selection().selectedButtons(), ButtonKeySet({{2, 1}, {2, 2}}));
+        QCOMPARE(selection.count(), 3);
+        // Keys of others: the key table's, and arrows with Command or Alt.
+        for (const auto& [key, modifiers] :
+             {std::pair(Qt::Key_Delete, Qt::KeyboardModifiers(Qt::NoModifier)),
+              std::pair(Qt::Key_C, Qt::KeyboardModifiers(Qt::ControlModifier)),
+              std::pair(Qt::Key_V, Qt::KeyboardModifiers(Qt::ControlModifier)),
+              std::pair(Qt::Key_Z, Qt::KeyboardModifiers(Qt::ControlModifier)),
+              std::pair(Qt::Key_L, Qt::KeyboardModifiers(Qt::ControlModifier)),
+              std::pair(Qt::Key_Left, Qt::KeyboardModifiers(Qt::ControlModifier)),
+              std::pair(Qt::Key_Up, Qt::KeyboardModifiers(Qt::AltModifier)),
+              std::pair(Qt::Key_A, Qt::KeyboardModifiers(Qt::NoModifier))}) {
+            QVERIFY(!model.handleGridKey(key, modifiers));
+        }
+        QCOMPARE(selection.count(), 3);
+        QCOMPARE(model.selection().anchor(), SelectedButtonKey({2, 1}));
+        // Return: the picker, for the anchor of the run.
+        QVERIFY(model.handleGridKey(Qt::Key_Return, Qt::NoModifier));
+        QVERIFY(model.showSourcePicker());
+        QCOMPARE(model.pickerTargetButton(), ButtonLocation({Bus::pgm, 2, 1}));
+        // The key table still treats its keys as before.
+        QCOMPARE(decideKey(Qt::Key_Delete, Qt::NoModifier, model.keyContext()),
+                 KeyDecision({KeyOperation::clearSelection, true}));
+    }
+
+    void upAndDownMoveThePickersHighlightAndReturnPicksIt()
+    {
+        OfflineEditing editing;
+        EditingModel& model = editing.model;
+        model.doubleTap(1, 5);
+        QVERIFY(!model.chooseHighlightedPickerSource()); // nothing highlighted
+        model.movePickerHighlight(1);
+        QCOMPARE(model.sourcePicker().selectedSource, 1);
+        model.movePickerHighlight(1);
+        model.movePickerHighlight(1);
+        QCOMPARE(model.sourcePicker().selectedSource, 3);
+        model.movePickerHighlight(-1);
+        QCOMPARE(model.sourcePicker().selectedSource, 2);
+        model.movePickerHighlight(-5);
+        QCOMPARE(model.sourcePicker().selectedSource, 1);
+        // Within the rows of the search.
+        model.setPickerSearchText(u"12"_s);
+        model.movePickerHighlight(1); // 1 is not a row: the first row
+        QCOMPARE(model.sourcePicker().selectedSource, 12);
+        model.movePickerHighlight(1);
+        QCOMPARE(model.sourcePicker().selectedSource, 112);
+        model.setPickerSearchText(u"809"_s);
+        model.movePickerHighlight(-1);
+        QCOMPARE(model.sourcePicker().selectedSource, 809);
+        model.movePickerHighlight(1); // the last row stays
+        QCOMPARE(model.sourcePicker().selectedSource, 809);
+        // A highlight no row shows is not picked.
+        model.setPickerSearchText(u"77"_s);
+        QVERIFY(!model.chooseHighlightedPickerSource());
+        QVERIFY(model.showSourcePicker());
+        model.movePickerHighlight(1);
+        QVERIFY(model.chooseHighlightedPickerSource());
+        QVERIFY(!model.showSourcePicker());
     }
 
     void aSandboxSlotAndButtonsExcludeEachOther()
@@ -432,6 +577,61 @@ private Q_SLOTS:
         // An unselected cell drags alone.
         QCOMPARE(payload->buttons, QList<ButtonData>({{7, 0, 2}}));
         QCOMPARE(editing.model.beginDrag(2, 36, QPointF(1, 1)), std::nullopt);
+    }
+
+    void aZoomedDragIsGrabbedInTheZoomedCell()
+    {
+        OfflineEditing editing;
+        editing.model.setZoom(GridZoom::fixed(2.0));
+        QVERIFY(editing.model.beginDrag(1, 4, QPointF(240, 200)));
+        QCOMPARE(editing.model.dragClickOffset(), QPointF(20, 12));
+        QVERIFY(editing.model.beginDrag(1, 4, std::nullopt));
+        QCOMPARE(editing.model.dragClickOffset(), QPointF(52, 44));
+    }
+
+    void theZoomStartsAtActualSizeAndStepsFromWhatIsShown()
+    {
+        OfflineEditing editing;
+        EditingModel& model = editing.model;
+        QSignalSpy metrics(&model, &EditingModel::gridMetricsChanged);
+        QSignalSpy zoom(&model, &EditingModel::zoomChanged);
+        QCOMPARE(model.zoom(), GridZoom::actualSize());
+        QCOMPARE(model.gridMetrics(), GridMetrics(1.0));
+        model.zoomIn();
+        QCOMPARE(model.gridMetrics().zoom(), 1.1);
+        model.zoomOut();
+        model.zoomOut();
+        QCOMPARE(model.gridMetrics().zoom(), 0.9);
+        QCOMPARE(metrics.count(), 3);
+        QCOMPARE(zoom.count(), 3);
+        model.setZoom(GridZoom::actualSize());
+        QCOMPARE(model.gridMetrics(), GridMetrics(1.0));
+    }
+
+    void aFittedGridFollowsItsSpaceAndTheButtonCount()
+    {
+        OfflineEditing editing;
+        EditingModel& model = editing.model;
+        model.setZoom(GridZoom::fitToWindow());
+        // Nothing to fit to before the grid has a place on screen.
+        QCOMPARE(model.gridMetrics(), GridMetrics(1.0));
+        model.setGridSpace(QSize(1120, 400));
+        const double for35 = model.gridMetrics().zoom();
+        QVERIFY(for35 < 1.0);
+        QVERIFY(model.gridMetrics().gridSize(35).width() <= 1120);
+        // Fewer buttons per row: the same space takes larger cells.
+        model.setSelectedButtonCount(15);
+        QVERIFY(model.gridMetrics().zoom() > for35);
+        QVERIFY(model.gridMetrics().gridSize(15).width() <= 1120);
+        QVERIFY(model.gridMetrics().gridSize(15).height() <= 400);
+        model.setGridSpace(QSize(2000, 900));
+        QCOMPARE(model.gridMetrics().zoom(), fittingFactor(QSize(2000, 900), 15));
+        // Zooming in from a fitted grid takes the next step above what is shown.
+        model.setSelectedButtonCount(35);
+        model.setGridSpace(QSize(1120, 400));
+        model.zoomIn();
+        QVERIFY(!model.zoom().fitsWindow());
+        QCOMPARE(model.gridMetrics().zoom(), GridZoom::zoomedIn(for35).factorFor({}, 35));
     }
 
     void aNewDragClearsTheLastOnesPreview()

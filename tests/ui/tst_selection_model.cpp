@@ -188,6 +188,80 @@ private Q_SLOTS:
         QCOMPARE(selection, SelectionModel());
     }
 
+    void arrowKeysMoveAOneCellSelection()
+    {
+        SelectionModel selection;
+        // Nothing selected: the first arrow takes the first cell.
+        selection.moveBy(0, 1, 20);
+        QCOMPARE(selection.selectedButtons(), ButtonKeySet({{1, 1}}));
+        QCOMPARE(selection.anchor(), SelectedButtonKey({1, 1}));
+        selection.moveBy(0, 1, 20);
+        selection.moveBy(1, 0, 20);
+        QCOMPARE(selection.selectedButtons(), ButtonKeySet({{2, 2}}));
+        QCOMPARE(selection.selectionShift(), 2);
+        QCOMPARE(selection.anchor(), SelectedButtonKey({2, 2}));
+        // Off the grid nothing moves.
+        selection.moveBy(-1, 0, 20);
+        selection.moveBy(-1, 0, 20);
+        QCOMPARE(selection.selectedButtons(), ButtonKeySet({{1, 2}}));
+        // One cell even on the last buttons of a row, where a click takes the column.
+        selection.tap({1, 19}, 20);
+        QCOMPARE(selection.selectedButtons(), column(19, 1, 4));
+        selection.moveBy(0, 1, 20);
+        QCOMPARE(selection.selectedButtons(), ButtonKeySet({{1, 20}}));
+        QVERIFY(!selection.isVerticalSelection());
+        selection.moveBy(0, 1, 20);
+        QCOMPARE(selection.selectedButtons(), ButtonKeySet({{1, 20}}));
+        // From a range, the move starts at the anchor.
+        selection.tap({3, 5}, 20);
+        selection.shiftTap({3, 9});
+        selection.moveBy(1, 0, 20);
+        QCOMPARE(selection.selectedButtons(), ButtonKeySet({{4, 5}}));
+    }
+
+    void shiftArrowsExtendTheRunByTheShiftClickRules()
+    {
+        SelectionModel selection;
+        selection.tap({2, 5}, 35);
+        selection.extendBy(0, 1, 35);
+        selection.extendBy(0, 1, 35);
+        QCOMPARE(selection.selectedButtons(), row(2, 5, 7));
+        QCOMPARE(selection.anchor(), SelectedButtonKey({2, 5}));
+        QCOMPARE(selection.selectionShift(), 2);
+        // Back the other way: the far end comes back, then passes the anchor.
+        selection.extendBy(0, -1, 35);
+        QCOMPARE(selection.selectedButtons(), row(2, 5, 6));
+        selection.extendBy(0, -1, 35);
+        selection.extendBy(0, -1, 35);
+        QCOMPARE(selection.selectedButtons(), row(2, 4, 5));
+        // Down from a row is a diagonal step from the anchor: it starts afresh there.
+        selection.extendBy(1, 0, 35);
+        QCOMPARE(selection.selectedButtons(), ButtonKeySet({{3, 4}}));
+        QCOMPARE(selection.anchor(), SelectedButtonKey({3, 4}));
+        // Down a column.
+        selection.extendBy(1, 0, 35);
+        QCOMPARE(selection.selectedButtons(), column(4, 3, 4));
+        QVERIFY(selection.isVerticalSelection());
+        QCOMPARE(selection.selectionShift(), std::nullopt);
+        selection.extendBy(1, 0, 35); // past shift 4: nothing changes
+        QCOMPARE(selection.selectedButtons(), column(4, 3, 4));
+        selection.extendBy(-1, 0, 35);
+        selection.extendBy(-1, 0, 35);
+        QCOMPARE(selection.selectedButtons(), column(4, 2, 3));
+        // Along the last button of a row.
+        SelectionModel end;
+        end.tap({1, 34}, 35);
+        end.moveBy(0, 1, 35);
+        end.extendBy(0, 1, 35);
+        QCOMPARE(end.selectedButtons(), ButtonKeySet({{1, 35}}));
+        end.extendBy(0, -1, 35);
+        QCOMPARE(end.selectedButtons(), row(1, 34, 35));
+        // With nothing selected, Shift with an arrow selects the first cell.
+        SelectionModel fresh;
+        fresh.extendBy(0, 1, 15);
+        QCOMPARE(fresh.selectedButtons(), ButtonKeySet({{1, 1}}));
+    }
+
     void keysOrderByShiftThenButton()
     {
         QVERIFY(SelectedButtonKey({1, 30}) < SelectedButtonKey({2, 1}));

@@ -7,10 +7,13 @@
 
 #include <QApplication>
 #include <QDrag>
+#include <QKeyEvent>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QToolTip>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -29,9 +32,10 @@ QColor cellFill(const ButtonCellState& cell)
 }
 
 // Draws a badge with the number of dragged buttons.
-QPixmap countBadge(int count)
+QPixmap countBadge(int count, const GridMetrics& metrics)
 {
-    QPixmap badge(44, 44);
+    const int side = int(metrics.scaled(44));
+    QPixmap badge(side, side);
     badge.fill(Qt::transparent);
     QPainter painter(&badge);
     painter.setRenderHint(QPainter::Antialiasing);
@@ -41,10 +45,57 @@ QPixmap countBadge(int count)
     painter.setPen(Qt::white);
     QFont font = painter.font();
     font.setBold(true);
-    font.setPointSize(13);
+    font.setPointSizeF(metrics.scaled(13));
     painter.setFont(font);
     painter.drawText(badge.rect(), Qt::AlignCenter, QString::number(count));
     return badge;
+}
+
+// A font of `pointSize` points at actual size, scaled with the grid.
+QFont gridFont(const QFont& base, double pointSize, const GridMetrics& metrics, bool bold)
+{
+    QFont font = base;
+    font.setPointSizeF(std::max(1.0, metrics.scaled(pointSize)));
+    font.setBold(bold);
+    return font;
+}
+
+QRect innerRect(const QRect& cell, const GridMetrics& metrics)
+{
+    const int pad = int(metrics.scaled(3));
+    return cell.adjusted(pad, pad / 2, -pad, -pad / 2);
+}
+
+// The source number on top, the name below, cut to the cell's width.
+void paintSource(QPainter& painter, const QRect& rect, const ButtonCellState& cell,
+                 const GridMetrics& metrics)
+{
+    const QRect inner = innerRect(rect, metrics);
+    painter.setPen(QColor(0xb0, 0xb4, 0xbc));
+    painter.setFont(gridFont(painter.font(), 8, metrics, false));
+    painter.drawText(inner, Qt::AlignTop | Qt::AlignHCenter,
+                     cell.source != 0 ? QString::number(cell.source) : u"—"_s);
+    if (cell.displayName) {
+        painter.setFont(gridFont(painter.font(), 8, metrics, true));
+        painter.setPen(Qt::white);
+        const QString text =
+            painter.fontMetrics().elidedText(*cell.displayName, Qt::ElideRight, inner.width());
+        painter.drawText(inner, Qt::AlignBottom | Qt::AlignHCenter, text);
+    }
+}
+
+// Hatching and a question mark: the frame never said what this button holds. A large mark
+// alone, or a small one in the corner over a source written to it.
+void paintUnknownMark(QPainter& painter, const QPainterPath& shape, const QRect& rect,
+                      const ButtonCellState& cell, const GridMetrics& metrics)
+{
+    painter.setBrushOrigin(rect.topLeft()); // every unknown cell hatched alike
+    painter.fillPath(shape, QBrush(QColor(0x9a, 0x9e, 0xa6, 0x70), Qt::BDiagPattern));
+    painter.setPen(QColor(0xf5, 0xc5, 0x42));
+    const bool alone = cell.source == 0;
+    painter.setFont(gridFont(painter.font(), alone ? 14 : 8, metrics, true));
+    painter.drawText(alone ? rect : innerRect(rect, metrics),
+                     alone ? Qt::AlignCenter : Qt::AlignTop | Qt::AlignRight, u"?"_s);
 }
 } // namespace
 
@@ -54,70 +105,78 @@ ButtonGridWidget::ButtonGridWidget(EditingModel& model, QWidget* parent)
 {
     setAcceptDrops(true);
     setMouseTracking(false);
+    // A click in the grid gives it the keyboard, for the arrow keys and Return.
+    setFocusPolicy(Qt::StrongFocus);
     for (auto changed : {&EditingModel::gridDataChanged, &EditingModel::selectionChanged,
                          &EditingModel::dragStateChanged, &EditingModel::selectedBusChanged}) {
         QObject::connect(&m_model, changed, this, qOverload<>(&QWidget::update));
     }
-    QObject::connect(&m_model, &EditingModel::selectedButtonCountChanged, this, [this] {
-        updateGeometry();
-        update();
-    });
+    for (auto resized :
+         {&EditingModel::selectedButtonCountChanged, &EditingModel::gridMetricsChanged}) {
+        QObject::connect(&m_model, resized, this, &ButtonGridWidget::followSize);
+    }
+    followSize();
+}
+
+void ButtonGridWidget::followSize()
+{
+    updateGeometry();
+    // Inside a scroll area only a resize changes the size: the grid never keeps the columns
+    // of another count.
+    resize(sizeHint());
+    update();
 }
 
 QSize ButtonGridWidget::sizeHint() const
 {
-    return {rowLabelWidth + m_model.selectedButtonCount() * cellPitchX + 4,
-            headerHeight + shiftLevels * cellPitchY + 4};
+    return m_model.gridMetrics().gridSize(m_model.selectedButtonCount());
 }
 
 QRect ButtonGridWidget::cellRect(int shift, int button) const
 {
-    return {rowLabelWidth + (button - 1) * cellPitchX + 3, headerHeight + (shift - 1) * cellPitchY,
-            cellWidth, cellHeight};
+    return m_model.gridMetrics().cellRect(shift, button);
 }
 
 std::optional<SelectedButtonKey> ButtonGridWidget::cellAt(QPoint point) const
 {
-    const int x = point.x() - rowLabelWidth - 3;
-    const int y = point.y() - headerHeight;
-    if (x < 0 || y < 0 || x % cellPitchX >= cellWidth || y % cellPitchY >= cellHeight)
-        return std::nullopt;
-    const int button = x / cellPitchX + 1;
-    const int shift = y / cellPitchY + 1;
-    if (button > m_model.selectedButtonCount() || shift > shiftLevels)
-        return std::nullopt;
-    return SelectedButtonKey{shift, button};
+    return m_model.gridMetrics().cellAt(point, m_model.selectedButtonCount());
 }
 
-void ButtonGridWidget::paintCell(QPainter& painter, const QRect& rect, const ButtonCellState& cell)
+bool ButtonGridWidget::event(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QWidget::event(event);
+    const auto* help = static_cast<QHelpEvent*>(event);
+    const std::optional<SelectedButtonKey> cell = cellAt(help->pos());
+    if (!cell) {
+        QToolTip::hideText();
+        event->ignore();
+        return true;
+    }
+    QToolTip::showText(help->globalPos(), cellToolTip(m_model.cellState(cell->shift, cell->button)),
+                       this, cellRect(cell->shift, cell->button));
+    return true;
+}
+
+void ButtonGridWidget::paintCell(QPainter& painter, const QRect& rect, const ButtonCellState& cell,
+                                 const GridMetrics& metrics)
 {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     QPainterPath shape;
-    shape.addRoundedRect(QRectF(rect).adjusted(0.5, 0.5, -0.5, -0.5), 5, 5);
+    const double radius = metrics.scaled(5);
+    shape.addRoundedRect(QRectF(rect).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
     painter.fillPath(shape, cellFill(cell));
     if (cell.isAnchor() && !cell.hideSelectionDuringDrag) {
-        painter.setPen(QPen(QColor(0xff, 0xd6, 0x0a), 2));
+        painter.setPen(QPen(QColor(0xff, 0xd6, 0x0a), std::max(1.0, metrics.scaled(2))));
         painter.drawPath(shape);
     }
     if (cell.isFullyLoaded) {
-        painter.setPen(QColor(0xb0, 0xb4, 0xbc));
-        QFont number = painter.font();
-        number.setPointSize(8);
-        painter.setFont(number);
-        const QRect inner = rect.adjusted(3, 2, -3, -2);
-        painter.drawText(inner, Qt::AlignTop | Qt::AlignHCenter,
-                         cell.source != 0 ? QString::number(cell.source) : u"—"_s);
-        if (cell.displayName) {
-            QFont name = painter.font();
-            name.setPointSize(8);
-            name.setBold(true);
-            painter.setFont(name);
-            painter.setPen(Qt::white);
-            const QString text =
-                painter.fontMetrics().elidedText(*cell.displayName, Qt::ElideRight, inner.width());
-            painter.drawText(inner, Qt::AlignBottom | Qt::AlignHCenter, text);
-        }
+        if (cell.isUnknown)
+            paintUnknownMark(painter, shape, rect, cell, metrics);
+        // An unknown button without a written source has nothing else to show.
+        if (!cell.isUnknown || cell.source != 0)
+            paintSource(painter, rect, cell, metrics);
     }
     painter.restore();
 }
@@ -125,29 +184,37 @@ void ButtonGridWidget::paintCell(QPainter& painter, const QRect& rect, const But
 void ButtonGridWidget::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
+    const GridMetrics& metrics = m_model.gridMetrics();
     const int count = m_model.selectedButtonCount();
-    QFont header = font();
-    header.setPointSize(9);
-    painter.setFont(header);
+    painter.setFont(gridFont(font(), 9, metrics, false));
     painter.setPen(QColor(0x9a, 0x9e, 0xa6));
-    for (int button = 1; button <= count; ++button) {
-        const QRect cell = cellRect(1, button);
-        painter.drawText(QRect(cell.x(), 0, cellWidth, headerHeight), Qt::AlignCenter,
-                         QString::number(button));
-    }
+    for (int button = 1; button <= count; ++button)
+        painter.drawText(metrics.headerRect(button), Qt::AlignCenter, QString::number(button));
+    // The row labels fit the label column: 11 pixels at actual size.
     QFont label = font();
-    label.setPixelSize(11); // the row labels fit the 55-wide label column
+    label.setPixelSize(std::max(1, int(metrics.scaled(11))));
     label.setBold(true);
-    for (int shift = 1; shift <= shiftLevels; ++shift) {
+    for (int shift = firstShift; shift <= lastShift; ++shift) {
         painter.setFont(label);
         painter.setPen(QColor(0xd0, 0xd3, 0xd9));
-        painter.drawText(
-            QRect(0, headerHeight + (shift - 1) * cellPitchY, rowLabelWidth - 6, cellHeight),
-            Qt::AlignRight | Qt::AlignVCenter, u"Shift "_s + QString::number(shift));
+        painter.drawText(metrics.rowLabelRect(shift), Qt::AlignRight | Qt::AlignVCenter,
+                         shiftLabel(shift));
         for (int button = 1; button <= count; ++button)
-            paintCell(painter, cellRect(shift, button), m_model.cellState(shift, button));
+            paintCell(painter, cellRect(shift, button), m_model.cellState(shift, button), metrics);
     }
     Q_EMIT painted();
+}
+
+void ButtonGridWidget::keyPressEvent(QKeyEvent* event)
+{
+    if (!m_model.handleGridKey(Qt::Key(event->key()), event->modifiers())) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    // Taken here, so that it never scrolls the grid's scroll area instead.
+    event->accept();
+    if (const std::optional<SelectedButtonKey> anchor = m_model.selection().anchor())
+        Q_EMIT cellToShow(cellRect(anchor->shift, anchor->button));
 }
 
 void ButtonGridWidget::clickAt(QMouseEvent* event)
@@ -195,16 +262,18 @@ void ButtonGridWidget::startDrag(const SelectedButtonKey& cell, QPoint windowPoi
     mime->setData(dragDataMimeType(), encodeDragData(*payload));
     auto* drag = new QDrag(this);
     drag->setMimeData(mime);
+    const GridMetrics& metrics = m_model.gridMetrics();
     if (payload->buttons.size() > 1) {
-        drag->setPixmap(countBadge(int(payload->buttons.size())));
-        drag->setHotSpot({22, 22});
+        const QPixmap badge = countBadge(int(payload->buttons.size()), metrics);
+        drag->setPixmap(badge);
+        drag->setHotSpot(badge.rect().center());
     } else {
-        QPixmap preview(cellWidth, cellHeight);
+        QPixmap preview(metrics.cellWidth(), metrics.cellHeight());
         preview.fill(Qt::transparent);
         QPainter painter(&preview);
         ButtonCellState shown = m_model.cellState(cell.shift, cell.button);
         shown.isSelected = false;
-        paintCell(painter, preview.rect(), shown);
+        paintCell(painter, preview.rect(), shown, metrics);
         painter.end();
         drag->setPixmap(preview);
         drag->setHotSpot(m_model.dragClickOffset().toPoint());

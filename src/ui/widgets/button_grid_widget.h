@@ -9,6 +9,7 @@
 namespace quorvane {
 
 class EditingModel;
+class GridMetrics;
 struct ButtonCellState;
 
 // The grid of one bus: a header of button numbers, then one row per shift level. It paints what
@@ -17,8 +18,6 @@ class ButtonGridWidget : public QWidget {
     Q_OBJECT
 
 public:
-    static constexpr int headerHeight = 20; // the row of button numbers
-
     explicit ButtonGridWidget(EditingModel& model, QWidget* parent = nullptr);
 
     QSize sizeHint() const override;
@@ -28,15 +27,20 @@ public:
     std::optional<SelectedButtonKey> cellAt(QPoint point) const;
     QRect cellRect(int shift, int button) const;
 
-    // Paints one cell as the drag preview and the grid show it.
-    static void paintCell(QPainter& painter, const QRect& rect, const ButtonCellState& cell);
+    // Paints one cell as the drag preview and the grid show it, at the grid's zoom.
+    static void paintCell(QPainter& painter, const QRect& rect, const ButtonCellState& cell,
+                          const GridMetrics& metrics);
 
 Q_SIGNALS:
     // Emitted after each repaint, for the bus-switch benchmark and tests.
     void painted();
+    // The keyboard moved the selection to this cell: it should be in view.
+    void cellToShow(const QRect& rect);
 
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
@@ -49,6 +53,8 @@ private:
     void clickAt(QMouseEvent* event);
     void startDrag(const SelectedButtonKey& cell, QPoint windowPoint);
     void leaveDropTarget();
+    // The grid takes its new size at once when its count or zoom changes.
+    void followSize();
 
     EditingModel& m_model;
     std::optional<SelectedButtonKey> m_pressedCell;

@@ -81,9 +81,11 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, QWidget* parent)
 
     QObject::connect(m_connect, &QPushButton::clicked, this, &ConnectionPanel::pressConnectButton);
     QObject::connect(m_address, &QLineEdit::textEdited, &m_model, &EditingModel::setIpAddress);
-    QObject::connect(m_suite, &QComboBox::activated, this,
+    // Whatever moved the choice (the pop-up, the wheel, arrow keys, typing), the model takes
+    // it; the boxes never show a value the model does not hold.
+    QObject::connect(m_suite, &QComboBox::currentIndexChanged, this,
                      [this] { m_model.setSelectedSuite(m_suite->currentData().toInt()); });
-    QObject::connect(m_buttonCount, &QComboBox::activated, this, [this] {
+    QObject::connect(m_buttonCount, &QComboBox::currentIndexChanged, this, [this] {
         m_model.setSelectedButtonCount(m_buttonCount->currentData().toInt());
     });
     QObject::connect(m_debugLog, &QCheckBox::toggled, &m_model, &EditingModel::setShowDebugLog);
@@ -111,7 +113,9 @@ void ConnectionPanel::showChoices()
 {
     if (m_address->text() != m_model.ipAddress())
         m_address->setText(m_model.ipAddress());
+    const QSignalBlocker quietSuite(m_suite);
     m_suite->setCurrentIndex(m_suite->findData(m_model.selectedSuite()));
+    const QSignalBlocker quietCount(m_buttonCount);
     m_buttonCount->setCurrentIndex(m_buttonCount->findData(m_model.selectedButtonCount()));
     const QSignalBlocker quiet(m_debugLog);
     m_debugLog->setChecked(m_model.showDebugLog());
@@ -147,7 +151,7 @@ void ConnectionPanel::showConnectionState()
     const bool settingUp = state != ConnectionState::idle && state != ConnectionState::connected;
     m_progress->setVisible(settingUp);
     m_progress->setValue(int(m_connection.connectionProgress() * progressSteps));
-    m_status->setText(m_connection.statusMessage());
+    m_status->setText(statusLineMessage(state, m_connection.statusMessage()));
     const QString frame =
         QString(m_connection.frameName() + u' ' + m_connection.frameVersion()).trimmed();
     m_frame->setText(frame);

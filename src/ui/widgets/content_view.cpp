@@ -12,6 +12,8 @@
 #include <QApplication>
 #include <QHBoxLayout>
 #include <QScrollArea>
+#include <QSettings>
+#include <QSignalBlocker>
 #include <QSplitter>
 #include <QStyle>
 #include <QTabBar>
@@ -24,6 +26,7 @@ namespace quorvane {
 
 ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* parent)
     : QWidget(parent)
+    , m_preferences(preferences)
     , m_logger(logger)
     , m_connection(std::make_unique<GVConnection>(preferences, logger))
     , m_model(std::make_unique<EditingModel>(*m_connection))
@@ -43,11 +46,14 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     m_undo->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_undo->setToolTip(u"Undo the last change (⌘Z)"_s);
 
+    m_model->setZoom(GridZoom::fromSetting(m_preferences.value(zoomKey).toString()));
     m_grid = new ButtonGridWidget(*m_model, this);
-    auto* gridScroll = new QScrollArea(this);
-    gridScroll->setWidget(m_grid);
-    gridScroll->setFrameShape(QFrame::NoFrame);
-    gridScroll->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    m_gridScroll = new QScrollArea(this);
+    m_gridScroll->setWidget(m_grid);
+    m_gridScroll->setFrameShape(QFrame::NoFrame);
+    m_gridScroll->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    // A grid fitted to the window follows the space its scroll area offers.
+    m_gridScroll->installEventFilter(this);
 
     m_sandbox = new SandboxStrip(*m_model, this);
     auto* sandboxScroll = new QScrollArea(this);
@@ -72,7 +78,7 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     auto* editingLayout = new QVBoxLayout(editing);
     editingLayout->setContentsMargins(0, 0, 0, 0);
     editingLayout->addLayout(busRow);
-    editingLayout->addWidget(gridScroll, 1);
+    editingLayout->addWidget(m_gridScroll, 1);
     editingLayout->addLayout(sandboxRow);
     auto* split = new QSplitter(Qt::Vertical, this);
     split->addWidget(editing);
@@ -84,11 +90,24 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     layout->addWidget(m_panel);
     layout->addWidget(split, 1);
 
-    QObject::connect(m_busTabs, &QTabBar::tabBarClicked, this, [this](int index) {
+    // Every way the tab bar moves its tab (click, wheel, arrow keys) switches the bus; a click
+    // on the tab already shown is a choice too and empties the selection.
+    QObject::connect(m_busTabs, &QTabBar::currentChanged, this, [this](int index) {
         if (index >= 0)
             m_model->selectBus(allBuses[std::size_t(index)]);
     });
+    QObject::connect(m_busTabs, &QTabBar::tabBarClicked, this, [this](int index) {
+        if (index >= 0 && index == m_busTabs->currentIndex())
+            m_model->selectBus(allBuses[std::size_t(index)]);
+    });
     QObject::connect(m_model.get(), &EditingModel::selectedBusChanged, this, &ContentView::showBus);
+    QObject::connect(m_grid, &ButtonGridWidget::cellToShow, this, [this](const QRect& cell) {
+        m_gridScroll->ensureVisible(cell.center().x(), cell.center().y(), cell.width(),
+                                    cell.height());
+    });
+    QObject::connect(m_model.get(), &EditingModel::zoomChanged, this, [this] {
+        m_preferences.setValue(zoomKey.toString(), m_model->zoom().toSetting());
+    });
     QObject::connect(m_undo, &QToolButton::clicked, m_model.get(), &EditingModel::undo);
     auto showUndo = [this] { m_undo->setEnabled(m_model->canUndo()); };
     QObject::connect(m_model.get(), &EditingModel::undoHistoryChanged, this, showUndo);
@@ -104,7 +123,16 @@ ContentView::~ContentView() = default;
 void ContentView::showBus()
 {
     const auto index = std::find(allBuses.begin(), allBuses.end(), m_model->selectedBus());
+    // Showing the model's bus is not a new choice of bus.
+    const QSignalBlocker quiet(m_busTabs);
     m_busTabs->setCurrentIndex(int(index - allBuses.begin()));
+}
+
+bool ContentView::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_gridScroll && event->type() == QEvent::Resize)
+        m_model->setGridSpace(m_gridScroll->maximumViewportSize());
+    return QWidget::eventFilter(watched, event);
 }
 
 void ContentView::showEvent(QShowEvent* event)

@@ -3,6 +3,7 @@
 #include <QWidget>
 #include <memory>
 
+class QScrollArea;
 class QSettings;
 class QTabBar;
 class QToolButton;
@@ -37,6 +38,7 @@ public:
     QTabBar* busTabs() const { return m_busTabs; }
     QToolButton* undoButton() const { return m_undo; }
     ButtonGridWidget* grid() const { return m_grid; }
+    QScrollArea* gridScrollArea() const { return m_gridScroll; }
     SandboxStrip* sandbox() const { return m_sandbox; }
     ClipboardDropArea* clipboardArea() const { return m_clipboardArea; }
     DebugLogPanel* debugLog() const { return m_debugLog; }
@@ -44,13 +46,18 @@ public:
     // The key filter, present while the view is shown.
     bool hasShortcutFilter() const { return m_shortcuts != nullptr; }
 
+    // Where the grid's zoom is kept between runs.
+    static constexpr QStringView zoomKey = u"Quorvane.gridZoom";
+
 protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
 
 private:
     void showBus();
 
+    QSettings& m_preferences;
     DebugLogger& m_logger;
     std::unique_ptr<GVConnection> m_connection;
     std::unique_ptr<EditingModel> m_model;
@@ -58,6 +65,7 @@ private:
     QTabBar* m_busTabs;
     QToolButton* m_undo;
     ButtonGridWidget* m_grid;
+    QScrollArea* m_gridScroll;
     SandboxStrip* m_sandbox;
     ClipboardDropArea* m_clipboardArea;
     DebugLogPanel* m_debugLog;

@@ -12,7 +12,9 @@
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
+#include <QTimer>
 #include <QVBoxLayout>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -47,6 +49,8 @@ DebugLogPanel::DebugLogPanel(DebugLogger& logger, QWidget* parent)
     m_view->setReadOnly(true);
     m_view->setLineWrapMode(QPlainTextEdit::NoWrap);
     m_view->setFont(QFont(u"monospace"_s, 9));
+    // Lines are only ever appended and dropped: nothing to undo, and no history to grow.
+    m_view->setUndoRedoEnabled(false);
     m_copy->setToolTip(u"Copy the whole log as plain text"_s);
 
     auto* header = new QHBoxLayout;
@@ -58,38 +62,65 @@ DebugLogPanel::DebugLogPanel(DebugLogger& logger, QWidget* parent)
     layout->addLayout(header);
     layout->addWidget(m_view);
 
-    m_refresh.setSingleShot(true);
-    m_refresh.setInterval(100);
-    QObject::connect(&m_refresh, &QTimer::timeout, this, &DebugLogPanel::refresh);
     QObject::connect(&m_logger, &DebugLogger::logsChanged, this, [this] {
         // A hidden panel costs nothing; it catches up when it is shown.
-        if (isVisible() && !m_refresh.isActive())
-            m_refresh.start();
+        if (isVisible())
+            catchUp();
     });
     QObject::connect(m_copy, &QPushButton::clicked, this, &DebugLogPanel::copyToClipboard);
-    refresh();
+    catchUp();
 }
 
 void DebugLogPanel::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    refresh();
+    catchUp();
+    // The panel opens at the newest line, once its size is settled too.
+    showNewest();
+    QTimer::singleShot(0, this, &DebugLogPanel::showNewest);
 }
 
-void DebugLogPanel::refresh()
+void DebugLogPanel::showNewest()
+{
+    QScrollBar* scroll = m_view->verticalScrollBar();
+    scroll->setValue(scroll->maximum());
+}
+
+void DebugLogPanel::catchUp()
+{
+    const QStringList& lines = m_logger.logs();
+    const qint64 end = m_logger.appendedCount();
+    const qint64 first = end - lines.size();
+    if (first >= m_shownEnd && m_shownCount > 0) {
+        // Nothing shown is still in the log (it was cleared, or ran past its cap meanwhile).
+        m_view->clear();
+        m_shownCount = 0;
+    }
+    for (qint64 number = std::max(first, m_shownEnd); number < end; ++number)
+        appendLine(lines[qsizetype(number - first)]);
+    m_shownEnd = end;
+}
+
+void DebugLogPanel::appendLine(const QString& line)
 {
     QScrollBar* scroll = m_view->verticalScrollBar();
     const bool following = scroll->value() == scroll->maximum();
-    m_view->clear();
-    QTextCursor cursor(m_view->document());
     QTextCharFormat format;
-    bool first = true;
-    for (const QString& line : m_logger.logs()) {
-        if (!first)
-            cursor.insertBlock();
-        first = false;
-        format.setForeground(lineColor(logLineKind(line), m_view->palette()));
-        cursor.insertText(line, format);
+    format.setForeground(lineColor(logLineKind(line), m_view->palette()));
+    QTextCursor end(m_view->document());
+    end.movePosition(QTextCursor::End);
+    if (m_shownCount > 0)
+        end.insertBlock(QTextBlockFormat(), format);
+    // One line is one block, so that the view and the logger drop the same lines.
+    end.insertText(QString(line).replace(u'\n', QChar::LineSeparator), format);
+    if (++m_shownCount > DebugLogger::maxLines) {
+        QTextCursor top(m_view->document());
+        top.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
+        top.removeSelectedText();
+        --m_shownCount;
+        // The lines under the reader moved up by one: so does the view.
+        if (!following)
+            scroll->setValue(scroll->value() - 1);
     }
     if (following)
         scroll->setValue(scroll->maximum());

@@ -5,11 +5,13 @@
 
 #include <QDialogButtonBox>
 #include <QFontDatabase>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -29,6 +31,11 @@ SourcePickerDialog::SourcePickerDialog(EditingModel& model, QWidget* parent)
     m_list->setUniformItemSizes(true);
     m_list->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
+    // Return picks the highlighted row; it never presses Cancel.
+    for (QAbstractButton* button : buttons->buttons()) {
+        if (auto* push = qobject_cast<QPushButton*>(button))
+            push->setAutoDefault(false);
+    }
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_search);
     layout->addWidget(m_list, 1);
@@ -39,6 +46,11 @@ SourcePickerDialog::SourcePickerDialog(EditingModel& model, QWidget* parent)
                      &EditingModel::setPickerSearchText);
     QObject::connect(m_list, &QListWidget::itemClicked, this, [this](QListWidgetItem* item) {
         m_model.highlightPickerSource(item->data(Qt::UserRole).toInt());
+    });
+    // The list's own keys (when it has the focus) move the highlight too.
+    QObject::connect(m_list, &QListWidget::currentItemChanged, this, [this](QListWidgetItem* item) {
+        if (item)
+            m_model.highlightPickerSource(item->data(Qt::UserRole).toInt());
     });
     QObject::connect(m_list, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem* item) {
         m_model.choosePickerSource(item->data(Qt::UserRole).toInt());
@@ -73,6 +85,32 @@ void SourcePickerDialog::followModel()
         // The operator types at once: the search field has the focus when the picker opens.
         m_search->setFocus();
         m_model.setPickerSearchFocused(true);
+    }
+}
+
+void SourcePickerDialog::keyPressEvent(QKeyEvent* event)
+{
+    // The search field leaves these keys to the dialog.
+    switch (event->key()) {
+    case Qt::Key_Up:
+        m_model.movePickerHighlight(-1);
+        return;
+    case Qt::Key_Down:
+        m_model.movePickerHighlight(1);
+        return;
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown: {
+        const int page =
+            std::max(1, m_list->viewport()->height() / std::max(1, m_list->sizeHintForRow(0)));
+        m_model.movePickerHighlight(event->key() == Qt::Key_PageUp ? -page : page);
+        return;
+    }
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        m_model.chooseHighlightedPickerSource();
+        return;
+    default:
+        QDialog::keyPressEvent(event); // Escape cancels
     }
 }
 

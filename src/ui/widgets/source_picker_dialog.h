@@ -9,8 +9,9 @@ namespace quorvane {
 
 class EditingModel;
 
-// The source picker: every source with a search field. A double click writes the source to the
-// button that was double-clicked in the grid and closes the picker.
+// The source picker: every source with a search field. A double click, or Return on the
+// highlighted row, writes the source to the button the picker was opened for and closes the
+// picker; Up and Down move the highlight while the search field has the focus; Escape cancels.
 class SourcePickerDialog : public QDialog {
     Q_OBJECT
 
@@ -19,6 +20,9 @@ public:
 
     QLineEdit* searchField() const { return m_search; }
     QListWidget* list() const { return m_list; }
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void followModel();
