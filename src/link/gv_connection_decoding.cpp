@@ -15,8 +15,10 @@ namespace quorvane {
 
 void GVConnection::parseButtonData(QByteArrayView datagram)
 {
-    const ButtonDataResult result =
-        quorvane::parseButtonData(datagram, m_buttonCount, m_mappings, m_logger);
+    // Answers of a load at another button count may still be on their way after a switch;
+    // read at this count they would land on other buttons, so only exact numbers count.
+    const ButtonDataResult result = quorvane::parseButtonData(datagram, m_buttonCount, m_mappings,
+                                                              m_logger, ButtonFields::exactNumbers);
     for (const ButtonAnswer& answer : result.answers) {
         m_answers.insert(mappingKey(answer.bus, m_buttonCount, answer.shift, answer.button),
                          {++m_answerSerial, answer.source});

@@ -194,9 +194,19 @@ QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
     co_await pause(std::chrono::microseconds::zero());
     if (gone())
         co_return;
-    if (!co_await askAgainForUnanswered(bus, count, token))
-        co_return;
     const QString key = modeKey(bus, count);
+    // Answers that come after a switch of the button count are not read at this count: the
+    // combination is not whole, so it is loaded again on its next visit rather than cached.
+    const auto abandoned = [&] {
+        if (m_buttonCount == count)
+            return false;
+        m_logger.info(u"Read abandoned: the button count changed while "_s + key +
+                      u" was loading; it loads again on its next visit"_s);
+        publish(m_isLoading, false, &GVConnection::isLoadingChanged);
+        return true;
+    };
+    if (abandoned() || !co_await askAgainForUnanswered(bus, count, token) || abandoned())
+        co_return;
     m_subscribedModes.insert(key);
     publish(m_isLoading, false, &GVConnection::isLoadingChanged);
     publish(m_hasLoadedAllBuses, true, &GVConnection::hasLoadedAllBusesChanged);

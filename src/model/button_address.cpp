@@ -51,6 +51,12 @@ std::optional<ButtonPosition> locateButton(quint16 field, int buttonCount)
     return ButtonPosition{row + 1, button + 1};
 }
 
+bool isButtonNumber(quint16 field, int buttonCount)
+{
+    const int offset = int{field} - parameterBase(buttonCount);
+    return offset >= 0 && offset % numbersPerButton == 0 && locateButton(field, buttonCount);
+}
+
 } // namespace quorvane
 
 namespace quorvane {

@@ -32,6 +32,11 @@ struct ButtonPosition {
 // low four bits of a button's 16 numbers are ignored.
 std::optional<ButtonPosition> locateButton(quint16 field, int buttonCount);
 
+// Whether `field` is exactly the number the frame gives a button at `buttonCount`, the first of
+// its 16. The bases of the four panel widths differ in their low four bits, so a number of
+// another width is never one of these.
+bool isButtonNumber(quint16 field, int buttonCount);
+
 } // namespace quorvane
 
 namespace quorvane {

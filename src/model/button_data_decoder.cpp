@@ -32,7 +32,7 @@ QString buttonText(Bus bus, ButtonPosition position)
 } // namespace
 
 ButtonDataResult parseButtonData(QByteArrayView datagram, int buttonCount, MappingTable& mappings,
-                                 DebugLogger& logger)
+                                 DebugLogger& logger, ButtonFields fields)
 {
     const ByteReader bytes(datagram);
     if (bytes.size() < minimumDatagram) {
@@ -61,8 +61,10 @@ ButtonDataResult parseButtonData(QByteArrayView datagram, int buttonCount, Mappi
         p = next;
 
         const std::optional<ButtonPosition> position = locateButton(field, buttonCount);
-        if (!position)
+        if (!position ||
+            (fields == ButtonFields::exactNumbers && !isButtonNumber(field, buttonCount))) {
             continue;
+        }
         const std::optional<Bus> bus = busFromCode(code);
         if (!bus) {
             logger.warn(u"Unknown bus field: 0x"_s + QString::asprintf("%02x", code));

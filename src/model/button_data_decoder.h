@@ -26,9 +26,16 @@ struct ButtonDataResult {
     QList<ButtonAnswer> answers; // in datagram order
 };
 
+// Which button fields a record may carry to count as a button of the panel.
+enum class ButtonFields {
+    anyOfItsNumbers, // any of the 16 numbers of a button, its low four bits ignored
+    exactNumbers,    // only the first: a field of another panel width is no button here
+};
+
 // Applies every button record of one datagram to `mappings`. The frame sends the same records
 // in answer to subscriptions and on its own when an assignment changes, so this serves both.
 ButtonDataResult parseButtonData(QByteArrayView datagram, int buttonCount, MappingTable& mappings,
-                                 DebugLogger& logger);
+                                 DebugLogger& logger,
+                                 ButtonFields fields = ButtonFields::anyOfItsNumbers);
 
 } // namespace quorvane

@@ -256,6 +256,62 @@ private Q_SLOTS:
                  4 * connection.buttonCount());
     }
 
+    void answersOfAnotherButtonCountLandNowhere()
+    {
+        LinkFixture link;
+        QVERIFY(link.startFrame());
+        QVERIFY(connectAndWait(link, 1, 20));
+        const auto before = link.connection->mappingFor(Bus::pgm, 1, 1, 20);
+        const quint64 answers = link.connection->answerSerial();
+        // A record of the 35-button numbering: S1B2 there is number 32, one of S1B1's at 20.
+        QVERIFY(link.frame.pushMappingChange(Bus::pgm, 35, 1, 2, 999));
+        // A change at this count, sent after it, shows that the first has been read by now.
+        QVERIFY(link.frame.pushMappingChange(Bus::pgm, 20, 2, 2, 998));
+        QTRY_COMPARE(link.connection->mappingFor(Bus::pgm, 2, 2, 20)->source, 998);
+        QCOMPARE(link.connection->mappingFor(Bus::pgm, 1, 1, 20), before);
+        QCOMPARE(link.connection->answerSerial(), answers + 1);
+    }
+
+    void quickCountSwitchesFileEveryAnswerUnderItsOwnCount()
+    {
+        LinkFixture link;
+        QVERIFY(link.startFrame());
+        QVERIFY(connectAndWait(link));
+        GVConnection& connection = *link.connection;
+        // 20 starts loading, and before it is done 15 does too.
+        connection.changeButtonCount(20);
+        QTRY_VERIFY(link.sentBy(ClientMessageKind::buttonSubscription).size() > 140 + 20);
+        connection.changeButtonCount(15);
+        QTRY_VERIFY_WITH_TIMEOUT(connection.subscribedModes().contains(u"PGM-15"_s) &&
+                                     link.logged(u"[INFO] Read abandoned: the button count "
+                                                 u"changed while PGM-20 was loading; it loads "
+                                                 u"again on its next visit"_s),
+                                 connectTimeoutMs);
+        QTRY_COMPARE(connection.isLoading(), false);
+        QVERIFY(!connection.subscribedModes().contains(u"PGM-20"_s));
+        for (int count : {35, 15}) {
+            for (int shift = 1; shift <= 4; ++shift) {
+                for (int button = 1; button <= count; ++button) {
+                    const quint32 onFrame = link.frame.mapping(Bus::pgm, count, shift, button);
+                    const auto cached = connection.mappingFor(Bus::pgm, shift, button, count);
+                    QCOMPARE(cached ? cached->source : 0, qint64{onFrame});
+                }
+            }
+        }
+        // Back at 20, it loads again and is whole.
+        connection.changeButtonCount(20);
+        QVERIFY(link.logged(u"[INFO] changeButtonCount: first visit to PGM-20 - subscribing"_s));
+        QTRY_COMPARE_WITH_TIMEOUT(connection.isLoading(), false, connectTimeoutMs);
+        QCOMPARE(connection.unansweredButtons(Bus::pgm, 20), QList<ButtonPosition>());
+        for (int shift = 1; shift <= 4; ++shift) {
+            for (int button = 1; button <= 20; ++button) {
+                const quint32 onFrame = link.frame.mapping(Bus::pgm, 20, shift, button);
+                const auto cached = connection.mappingFor(Bus::pgm, shift, button, 20);
+                QCOMPARE(cached ? cached->source : 0, qint64{onFrame});
+            }
+        }
+    }
+
     void theSuitesPortsBelongToOneConnection()
     {
         LinkFixture link;

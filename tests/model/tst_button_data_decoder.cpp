@@ -757,6 +757,39 @@ private Q_SLOTS:
         QCOMPARE(mappings.keys(), QStringList(u"ME1-20-1-1"_s));
     }
 
+    void onlyExactNumbersWhenAsked_data()
+    {
+        QTest::addColumn<int>("field");
+        QTest::addColumn<bool>("anyNumber");
+        QTest::addColumn<bool>("exactNumber");
+        // At 20 buttons a button's numbers are 19 + 16k to 34 + 16k.
+        QTest::newRow("first number of S1B1") << 19 << true << true;
+        QTest::newRow("another number of S1B1") << 20 << true << false;
+        QTest::newRow("last number of S1B1") << 34 << true << false;
+        QTest::newRow("first number of S4B20") << 19 + 16 * 79 << true << true;
+        // S1B2 at 35 buttons (32) lies among the numbers of S1B1 at 20.
+        QTest::newRow("a 35-button number") << 32 << true << false;
+        QTest::newRow("before the first button") << 18 << false << false;
+    }
+
+    void onlyExactNumbersWhenAsked()
+    {
+        QFETCH(int, field);
+        QFETCH(bool, anyNumber);
+        QFETCH(bool, exactNumber);
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        const QByteArray data = datagram({record(static_cast<quint16>(field), me1Code, 7)});
+        MappingTable any;
+        MappingTable exact;
+        QCOMPARE(parseButtonData(data, 20, any, logger).answers.size(), anyNumber ? 1 : 0);
+        QCOMPARE(
+            parseButtonData(data, 20, exact, logger, ButtonFields::exactNumbers).answers.size(),
+            exactNumber ? 1 : 0);
+        QCOMPARE(exact.size(), exactNumber ? 1 : 0);
+        QCOMPARE(isButtonNumber(static_cast<quint16>(field), 20), exactNumber);
+    }
+
     void aTooShortDatagramAnswersNothing()
     {
         DebugLogger logger;
