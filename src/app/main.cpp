@@ -6,6 +6,7 @@
 #include "first_paint.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
+#include "platform/termination_signals.h"
 #include "project_info.h"
 #include "start_options.h"
 #include "window_style.h"
@@ -92,6 +93,14 @@ int main(int argc, char** argv)
             std::fflush(stdout);
         });
     }
+    // Ctrl+C or SIGTERM end the program the way closing its window does.
+    TerminationRequest termination;
+    deliverTerminationSignals(termination);
+    QObject::connect(&termination, &TerminationRequest::requested, &app, [&termination] {
+        DebugLogger::shared().info(u"Quitting on "_s + termination.signalName());
+        QCoreApplication::exit(termination.exitStatus());
+    });
+
     window.show();
     QTimer::singleShot(100, &window, [&window] { window.setUpWindow(); });
     if (start.options.connect)

@@ -3,6 +3,7 @@
 #include "commands.h"
 #include "diagnostics/debug_logger.h"
 #include "log_relay.h"
+#include "platform/termination_signals.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -59,7 +60,7 @@ QCoro::Task<int> runCli(QStringList arguments, CliContext context)
         relay = std::make_unique<LogRelay>(context.logger, console);
     console.setQuiet(options.quiet);
 
-    const CommandContext command{console, context.logger, context.timing};
+    const CommandContext command{console, context.logger, context.timing, context.termination};
     ExitCode code = ExitCode::ok;
     switch (options.command) {
     case Command::dump:
@@ -74,6 +75,8 @@ QCoro::Task<int> runCli(QStringList arguments, CliContext context)
     }
     relay.reset();
     context.logger.setEcho(nullptr);
+    if (context.termination && context.termination->isRequested())
+        co_return context.termination->exitStatus();
     co_return exitStatus(code);
 }
 

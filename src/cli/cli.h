@@ -9,7 +9,8 @@ class QIODevice;
 
 namespace quorvane {
 class DebugLogger;
-}
+class TerminationRequest;
+} // namespace quorvane
 
 namespace quorvane::cli {
 
@@ -22,6 +23,8 @@ struct CliContext {
     DebugLogger& logger;
     LinkTiming timing;
     bool errIsTerminal = false; // progress is shown in place on a terminal only
+    // Ctrl+C and SIGTERM: the command closes what it holds and ends with 128 + the signal.
+    TerminationRequest* termination = nullptr;
 };
 
 // Runs one command line (without the program name) on the running event loop and returns the

@@ -11,7 +11,8 @@
 
 namespace quorvane {
 class DebugLogger;
-}
+class TerminationRequest;
+} // namespace quorvane
 
 namespace quorvane::cli {
 
@@ -19,6 +20,7 @@ struct CommandContext {
     Console& console;
     DebugLogger& logger;
     LinkTiming timing;
+    TerminationRequest* termination = nullptr;
 };
 
 inline SessionPatience patienceOf(const CliOptions& options)

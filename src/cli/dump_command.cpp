@@ -43,7 +43,8 @@ QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context)
 
     QElapsedTimer took;
     took.start();
-    FrameSession session(context.logger, context.timing, patienceOf(options), &context.console);
+    FrameSession session(context.logger, context.timing, patienceOf(options), &context.console,
+                         context.termination);
     if (std::optional<QString> failed = co_await session.open(target, buses)) {
         context.console.error(*failed);
         co_return ExitCode::connectionFailed;

@@ -46,8 +46,8 @@ compareFileWithFrame(const CliOptions& options, CommandContext& context, QString
                             u" buttons of "_s + options.file + u" on buses not compared"_s);
     }
 
-    comparison.session = std::make_unique<FrameSession>(context.logger, context.timing,
-                                                        patienceOf(options), &context.console);
+    comparison.session = std::make_unique<FrameSession>(
+        context.logger, context.timing, patienceOf(options), &context.console, context.termination);
     FrameSession& session = *comparison.session;
     if (std::optional<QString> failed = co_await session.open(plan.target, plan.buses)) {
         context.console.error(*failed);

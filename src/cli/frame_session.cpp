@@ -4,6 +4,7 @@
 #include "console.h"
 #include "diagnostics/debug_logger.h"
 #include "model/show_file.h"
+#include "platform/termination_signals.h"
 
 #include <QElapsedTimer>
 
@@ -19,12 +20,21 @@ QString secondsText(std::chrono::milliseconds duration)
 } // namespace
 
 FrameSession::FrameSession(DebugLogger& logger, const LinkTiming& timing,
-                           const SessionPatience& patience, Console* console)
+                           const SessionPatience& patience, Console* console,
+                           TerminationRequest* termination)
     : m_preferences(m_preferencesDir.filePath(u"preferences.ini"_s), QSettings::IniFormat)
     , m_connection(std::make_unique<GVConnection>(m_preferences, logger))
     , m_patience(patience)
     , m_console(console)
+    , m_termination(termination)
 {
+    if (m_termination) {
+        // Closed as any run closes it, so that every wait of the command ends at once.
+        QObject::connect(m_termination, &TerminationRequest::requested, m_connection.get(), [this] {
+            m_connection->logger().info(u"Interrupted by "_s + m_termination->signalName());
+            close();
+        });
+    }
     m_connection->setTiming(timing);
     m_connection->setAnswerRetries(patience.answerRetries);
     if (m_console) {
@@ -96,7 +106,7 @@ QCoro::Task<std::optional<QString>> FrameSession::open(SessionTarget target, QLi
             co_return reasons.join(u"; then "_s) +
                 (attempt == 1 ? QString()
                               : u" (tried "_s + QString::number(attempt) + u" times)"_s) +
-                u"; "_s + failed->nextStep;
+                (failed->nextStep.isEmpty() ? QString() : u"; "_s + failed->nextStep);
         }
         const QString retry = u"Connect attempt "_s + QString::number(attempt) + u" of "_s +
                               QString::number(attempts) + u" failed: "_s + failed->reason +
@@ -138,6 +148,8 @@ QCoro::Task<std::optional<FrameSession::ConnectFailure>> FrameSession::connectLo
     const std::chrono::milliseconds stepLimit = m_patience.stepLimit;
     const bool answered = co_await waitUntil(link, settled, QDeadlineTimer(stepLimit));
     const QString host = m_target.host;
+    if (std::optional<QString> interrupted = interruption())
+        co_return ConnectFailure{*interrupted, QString(), false};
     if (!answered) {
         const QString stage = link.statusMessage();
         link.cancelConnect();
@@ -215,8 +227,18 @@ QCoro::Task<std::optional<QString>> FrameSession::checkAliveAfterSilence(Bus bus
     co_return linkProblem();
 }
 
+std::optional<QString> FrameSession::interruption(const QString& consequence) const
+{
+    if (!m_termination || !m_termination->isRequested())
+        return std::nullopt;
+    return u"interrupted by "_s + m_termination->signalName() + u" while "_s + m_activity +
+           (consequence.isEmpty() ? QString() : u"; "_s + consequence);
+}
+
 std::optional<QString> FrameSession::linkProblem(const QString& consequence) const
 {
+    if (std::optional<QString> interrupted = interruption(consequence))
+        return interrupted;
     if (m_connection->isConnected())
         return std::nullopt;
     return u"the frame at "_s + m_target.host + u" stopped answering while "_s + m_activity +

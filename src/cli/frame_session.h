@@ -12,6 +12,10 @@
 #include <memory>
 #include <optional>
 
+namespace quorvane {
+class TerminationRequest;
+}
+
 namespace quorvane::cli {
 
 class Console;
@@ -36,8 +40,9 @@ struct SessionPatience {
 class FrameSession {
 public:
     // `console`, when given, shows where the connect and each load have got to.
+    // `termination`, when given, ends the session as soon as the program is asked to end.
     FrameSession(DebugLogger& logger, const LinkTiming& timing, const SessionPatience& patience,
-                 Console* console = nullptr);
+                 Console* console = nullptr, TerminationRequest* termination = nullptr);
     ~FrameSession();
 
     FrameSession(const FrameSession&) = delete;
@@ -74,6 +79,8 @@ private:
     QCoro::Task<std::optional<ConnectFailure>> connectLoading(Bus firstBus);
     QCoro::Task<std::optional<QString>> load(Bus bus);
     QCoro::Task<std::optional<QString>> checkAliveAfterSilence(Bus bus);
+    // "interrupted by SIGINT while loading ME3", once the program has been asked to end.
+    std::optional<QString> interruption(const QString& consequence = {}) const;
     void showProgress();
     void noteLoaded(Bus bus);
 
@@ -86,6 +93,7 @@ private:
     SessionTarget m_target;
     QString m_activity;
     Console* m_console;
+    TerminationRequest* m_termination;
     std::optional<Bus> m_loadingBus; // the bus whose buttons are coming in
     QElapsedTimer m_sinceProgress;
 };

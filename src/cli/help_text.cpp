@@ -87,6 +87,9 @@ Exit codes:
      suite), no answer within --timeout, or the frame stopped answering during the command.
   4  Incomplete: the frame did not answer for some buttons, even when asked again. Nothing was
      written, compared or applied.
+  130, 143
+     Interrupted by Ctrl+C (SIGINT) or SIGTERM: the link was closed, and a dump left an earlier
+     FILE as it was. A second Ctrl+C ends the program at once.
 
 Example, a backup now and a restore later:
   quorvane-cli dump --host 192.168.1.20 --suite 2 -o studio-a.json

@@ -1,6 +1,7 @@
 // quorvane-cli: dumps, compares and applies a panel's button map from the command line.
 #include "cli.h"
 #include "diagnostics/debug_logger.h"
+#include "platform/termination_signals.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -31,7 +32,10 @@ int main(int argc, char* argv[])
     QStringList arguments = QCoreApplication::arguments();
     arguments.removeFirst();
     const bool errIsTerminal = isatty(fileno(stderr)) == 1;
-    QCoro::Task<int> run = quorvane::cli::runCli(arguments, {out, err, logger, {}, errIsTerminal});
+    quorvane::TerminationRequest termination;
+    quorvane::deliverTerminationSignals(termination);
+    QCoro::Task<int> run =
+        quorvane::cli::runCli(arguments, {out, err, logger, {}, errIsTerminal, &termination});
     QCoro::Task<> finish = run.then([](int status) {
         // Queued: the run may have ended before the event loop started.
         QMetaObject::invokeMethod(
