@@ -157,7 +157,7 @@ void paintCell(QPainter& painter, const QRectF& area, const SheetCell& cell)
 
     const QRectF nameBox(inside.left(), top, width, inside.bottom() - top);
     if (width >= narrowestLevelName) {
-        const FittedText name = fitText(cell.name, sheetFace(), nameBox.size(), 9, 7, device);
+        const FittedText name = fitText(cell.name, sheetFace(), nameBox.size(), 9, 6, device);
         drawLines(painter, name, nameBox.left(), nameBox.top());
         return;
     }
