@@ -84,6 +84,8 @@ private Q_SLOTS:
                                 << QStringList{u"20"_s, u"25"_s};
         QTest::newRow("formats") << u"quorvane-cli dump --format "_s
                                  << QStringList{u"csv"_s, u"json"_s};
+        QTest::newRow("sheet formats")
+            << u"quorvane-cli sheet show.json --format "_s << QStringList{u"pdf"_s, u"png"_s};
     }
 
     void bashCompletesTheCommandLine()
