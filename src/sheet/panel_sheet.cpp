@@ -1,5 +1,7 @@
 #include "panel_sheet.h"
 
+#include "diagnostics/programming_error.h"
+#include "model/button_address.h"
 #include "sheet_content.h"
 #include "sheet_geometry.h"
 #include "sheet_painter.h"
@@ -126,6 +128,8 @@ QSize sheetImageSize(SheetPaper paper)
 
 SheetExport exportPanelSheet(const ShowFile& file, const QString& path, const SheetOptions& options)
 {
+    QUORVANE_REQUIRE(isSupportedButtonCount(file.buttonCount),
+                     "a sheet is printed at a panel width: 15, 20, 25 or 35 buttons");
     const QList<PrintedPage> pages = printedPages(file, options);
     if (pages.isEmpty())
         return {{}, u"nothing to print: the show file lists no buttons and no bus was named"_s};

@@ -54,6 +54,19 @@ qreal drawLines(QPainter& painter, const FittedText& text, qreal left, qreal top
     return top;
 }
 
+// The widest a column of `widths` may be so that all fit `room`: only the widest give way.
+qreal widestColumn(QList<qreal> widths, qreal room)
+{
+    std::sort(widths.begin(), widths.end());
+    for (qsizetype index = 0; index < widths.size(); ++index) {
+        const qreal share = room / qreal(widths.size() - index);
+        if (widths[index] > share)
+            return share;
+        room -= widths[index];
+    }
+    return widths.isEmpty() ? room : widths.last();
+}
+
 void paintHeader(QPainter& painter, const QRectF& area, Bus bus, const QList<SheetFact>& facts)
 {
     QPaintDevice* device = painter.device();
@@ -71,10 +84,16 @@ void paintHeader(QPainter& painter, const QRectF& area, Bus bus, const QList<She
     const qreal labelBaseline = area.top() + 2 + labelMetrics.ascent();
     const qreal valueBaseline = labelBaseline + labelMetrics.descent() + 2 + valueMetrics.ascent();
     constexpr qreal columnGap = 18;
-    constexpr qreal widestValue = 220; // a hand-written frame name may be any length
     qreal left = area.left() + std::max<qreal>(busMetrics.horizontalAdvance(u"AUX"_s), 60) + 24;
+    QList<qreal> widths;
     for (const SheetFact& fact : facts) {
-        const QString value = valueMetrics.elidedText(fact.value, Qt::ElideRight, widestValue);
+        widths.append(std::max(labelMetrics.horizontalAdvance(fact.label),
+                               valueMetrics.horizontalAdvance(fact.value)));
+    }
+    const qreal widest =
+        widestColumn(widths, area.right() - left - columnGap * qreal(facts.size() - 1));
+    for (const SheetFact& fact : facts) {
+        const QString value = valueMetrics.elidedText(fact.value, Qt::ElideRight, widest);
         painter.setPen(quiet);
         painter.setFont(labelFont);
         painter.drawText(QPointF(left, labelBaseline), fact.label);

@@ -170,6 +170,31 @@ private Q_SLOTS:
         QVERIFY(pages[2].wordsIn(geometry.header).contains(u"AUX"_s));
     }
 
+    void aLongFrameNameGivesWayInTheHeader()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"sheet.pdf"_s);
+        ShowFile file = showFile(35);
+        file.frameName = u"Studio A main switcher, north building, second floor, rack 7"_s;
+        SheetOptions options;
+        options.paper = SheetPaper::letter;
+        options.date = printed;
+        QVERIFY(exportPanelSheet(file, path, options).problem.isEmpty());
+        const QList<PdfPage> pages = pdfPages(path);
+        QCOMPARE(pages.size(), 3);
+        const SheetGeometry geometry = sheetGeometry(SheetPaper::letter, 35);
+        for (const PdfWord& word : pages[0].words) {
+            if (word.box.top() < geometry.header.bottom())
+                QVERIFY2(word.box.right() <= geometry.header.right(), qPrintable(word.text));
+        }
+        const QStringList header = pages[0].wordsIn(geometry.header);
+        QVERIFY2(header.contains(u"Studio"_s), qPrintable(header.join(u' ')));
+        QVERIFY2(!header.contains(u"7"_s), qPrintable(header.join(u' ')));
+        QVERIFY2(header.join(u' ').contains(u"…"_s), qPrintable(header.join(u' ')));
+        for (const QString& word : {u"V12.3.1"_s, u"10.1.2.3"_s, u"2025-03-09"_s})
+            QVERIFY2(header.contains(word), qPrintable(header.join(u' ')));
+    }
+
     void aFileWithoutButtonsAndNoBusNamedPrintsNothing()
     {
         QTemporaryDir dir;
