@@ -1,8 +1,11 @@
 // The package unpacked into a scratch root as dpkg installs it: the programs run from there,
 // the desktop entry's program and icon are where it says, and bash completes quorvane-cli.
+// quorvane-cli prints a panel sheet from there without a display.
 #include "package_support.h"
+#include "pdf_text.h"
 #include "project_info.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -45,6 +48,25 @@ private Q_SLOTS:
         const ProgramRun run = runProgram(bin(u"quorvane"_s), {u"--version"_s}, noDisplay);
         QVERIFY2(run.succeeded(), run.report());
         QCOMPARE(run.output, u"quorvane "_s + projectVersion + u'\n');
+    }
+
+    void commandLineToolPrintsASheetWithoutADisplay()
+    {
+        const QString show = m_root.filePath(u"studio-a.json"_s);
+        QFile file(show);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(R"({ "format": "quorvane-show", "version": 1,
+  "frame": { "name": "K-Frame XP", "version": "V12.3.1", "address": "10.1.2.3" },
+  "suite": 1, "buttonCount": 35,
+  "buttons": [ { "bus": "PGM", "shift": 1, "button": 1, "source": 7, "name": "CAM 7" } ] })");
+        file.close();
+        QProcessEnvironment noDisplay = QProcessEnvironment::systemEnvironment();
+        for (const QString& name : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"QT_QPA_PLATFORM"_s})
+            noDisplay.remove(name);
+        const ProgramRun run =
+            runProgram(bin(u"quorvane-cli"_s), {u"sheet"_s, show, u"--quiet"_s}, noDisplay);
+        QVERIFY2(run.succeeded(), run.report());
+        QCOMPARE(pdfPageCount(m_root.filePath(u"studio-a.pdf"_s)), 1);
     }
 
     void desktopEntryFindsItsProgramAndIcon()
