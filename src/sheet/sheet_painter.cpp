@@ -18,9 +18,8 @@ const QColor quiet(90, 90, 90);
 const QColor cellLine(150, 150, 150);
 const QColor unassignedFill(236, 236, 236);
 
-// Names are set across cells at least this wide (in points, inside the padding), else along
-// them.
-constexpr qreal narrowestLevelName = 40;
+// Names run across cells at least this wide (in points, inside the padding), else along them.
+constexpr qreal narrowestCellAcross = 40;
 
 // A condensed face where there is one: at 35 buttons a cell is under 8 mm wide. Sized by
 // fitText, or by sheetFont.
@@ -29,7 +28,7 @@ QFont sheetFace(QFont::Weight weight = QFont::Normal)
     QFont font;
     font.setFamilies({u"DejaVu Sans Condensed"_s, u"DejaVu Sans"_s});
     font.setStyleHint(QFont::SansSerif);
-    // Unhinted, text measures the same at every resolution: on paper and in an image.
+    // Unhinted, text keeps the widths it was designed with, on paper and scaled into an image.
     font.setHintingPreference(QFont::PreferNoHinting);
     font.setWeight(weight);
     return font;
@@ -175,7 +174,7 @@ void paintCell(QPainter& painter, const QRectF& area, const SheetCell& cell)
     top = drawLines(painter, source, inside.left(), top) + 1;
 
     const QRectF nameBox(inside.left(), top, width, inside.bottom() - top);
-    if (width >= narrowestLevelName) {
+    if (width >= narrowestCellAcross) {
         const FittedText name = fitText(cell.name, sheetFace(), nameBox.size(), 9, 6, device);
         drawLines(painter, name, nameBox.left(), nameBox.top());
         return;
