@@ -11,6 +11,8 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 packages=(cmake g++ ninja-build qt6-base-dev qt6-qpa-plugins qcoro-qt6-dev libgl-dev
+    # panel sheets: the condensed face they are set in, and the tools their tests read them with
+    fonts-dejavu-extra poppler-utils
     # the Debian package: its dependencies, icons and manual pages, and the tools its tests run
     dpkg-dev librsvg2-bin help2man desktop-file-utils appstream bash-completion)
 # Only the fuzz command needs these: clang, and the runtime that holds libFuzzer.
@@ -28,8 +30,8 @@ ensure_packages() {
     if ! command -v dpkg-query >/dev/null 2>&1 || ! command -v apt-get >/dev/null 2>&1; then
         command -v cmake >/dev/null 2>&1 && return 0
         echo "This is not a Debian/Ubuntu system. Install CMake >= 3.25, a C++20 compiler, Ninja," >&2
-        echo "Qt 6 (Core, Network, Widgets, Test), QCoro 6, rsvg-convert and help2man, then run" >&2
-        echo "this command again." >&2
+        echo "Qt 6 (Core, Network, Widgets, Test), QCoro 6, rsvg-convert, help2man and poppler's" >&2
+        echo "pdfinfo and pdftotext, then run this command again." >&2
         exit 2
     fi
     local missing

@@ -34,7 +34,7 @@ QCoro::Task<int> runCli(QStringList arguments, CliContext context)
     }
     const CliOptions& options = std::get<CliOptions>(parsed);
     const std::chrono::seconds shortest = shortestTimeout(context.timing, options.retries);
-    if (options.timeout < shortest) {
+    if (options.command != Command::sheet && options.timeout < shortest) {
         console.error(u"--timeout "_s +
                       QString::number(static_cast<double>(options.timeout.count()) / 1000.0) +
                       u" is shorter than connecting and loading a bus take at the frame's pace: "
@@ -72,12 +72,22 @@ QCoro::Task<int> runCli(QStringList arguments, CliContext context)
     case Command::apply:
         code = co_await runApply(options, command);
         break;
+    case Command::sheet:
+        code = runSheet(options, command);
+        break;
     }
     relay.reset();
     context.logger.setEcho(nullptr);
     if (context.termination && context.termination->isRequested())
         co_return context.termination->exitStatus();
     co_return exitStatus(code);
+}
+
+bool paintsPages(const QStringList& arguments)
+{
+    const std::variant<CliOptions, CliStop> parsed = parseCliOptions(arguments);
+    const CliOptions* options = std::get_if<CliOptions>(&parsed);
+    return options != nullptr && options->command == Command::sheet;
 }
 
 } // namespace quorvane::cli

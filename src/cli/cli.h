@@ -31,4 +31,8 @@ struct CliContext {
 // exit status. The logger's echo is taken over for the run: to the --log file, or nowhere.
 QCoro::Task<int> runCli(QStringList arguments, CliContext context);
 
+// Whether `arguments` (as for runCli) ask for a command that paints: sheet. Painting text takes
+// fonts, so such a run needs a QGuiApplication; any other needs only a QCoreApplication.
+bool paintsPages(const QStringList& arguments);
+
 } // namespace quorvane::cli

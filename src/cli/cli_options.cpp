@@ -30,6 +30,8 @@ std::optional<Command> commandFromText(const QString& text)
         return Command::diff;
     if (text == u"apply")
         return Command::apply;
+    if (text == u"sheet")
+        return Command::sheet;
     return std::nullopt;
 }
 
@@ -104,14 +106,41 @@ std::optional<QString> readCount(const QString& option, const QString& text, int
     return std::nullopt;
 }
 
+std::optional<QString> readSheetFormat(const QString& text, CliOptions& options)
+{
+    if (text.compare(u"pdf"_s, Qt::CaseInsensitive) == 0)
+        options.sheetFormat = SheetFormat::pdf;
+    else if (text.compare(u"png"_s, Qt::CaseInsensitive) == 0)
+        options.sheetFormat = SheetFormat::png;
+    else
+        return u"--format \""_s + text + u"\" is not a sheet format: use pdf or png"_s;
+    return std::nullopt;
+}
+
 std::optional<QString> readFormat(const QString& text, CliOptions& options)
 {
+    // sheet writes a sheet, not a show file: its format is the sheet's.
+    if (options.command == Command::sheet)
+        return readSheetFormat(text, options);
     if (text.compare(u"json"_s, Qt::CaseInsensitive) == 0)
         options.format = ShowFormat::json;
     else if (text.compare(u"csv"_s, Qt::CaseInsensitive) == 0)
         options.format = ShowFormat::csv;
     else
         return u"--format \""_s + text + u"\" is not a show file format: use json or csv"_s;
+    return std::nullopt;
+}
+
+std::optional<QString> readPage(const QString& text, CliOptions& options)
+{
+    if (options.command != Command::sheet)
+        return u"--page belongs to sheet"_s;
+    if (text.compare(u"a4"_s, Qt::CaseInsensitive) == 0)
+        options.paper = SheetPaper::a4;
+    else if (text.compare(u"letter"_s, Qt::CaseInsensitive) == 0)
+        options.paper = SheetPaper::letter;
+    else
+        return u"--page \""_s + text + u"\" is not a paper size: use a4 or letter"_s;
     return std::nullopt;
 }
 
@@ -133,11 +162,11 @@ std::optional<QString> readCommandArguments(const QStringList& positional, bool 
                                             bool listedOnly, bool hasOutput, CliOptions& options)
 {
     if (positional.isEmpty())
-        return u"no command given: use dump, diff or apply (see --help)"_s;
+        return u"no command given: use dump, diff, apply or sheet (see --help)"_s;
     const std::optional<Command> command = commandFromText(positional.first());
     if (!command) {
         return u"unknown command \""_s + positional.first() +
-               u"\": use dump, diff or apply (see --help)"_s;
+               u"\": use dump, diff, apply or sheet (see --help)"_s;
     }
     options.command = *command;
     const QString name = positional.first();
@@ -148,12 +177,20 @@ std::optional<QString> readCommandArguments(const QStringList& positional, bool 
             return (dryRun ? u"--dry-run"_s : u"--listed-only"_s) + u" does not apply to dump"_s;
         return std::nullopt;
     }
-    if (positional.size() < 2)
-        return name + u" needs a show file: quorvane-cli "_s + name + u" FILE --host ADDRESS"_s;
+    if (positional.size() < 2) {
+        return name + u" needs a show file: quorvane-cli "_s + name +
+               (*command == Command::sheet ? u" FILE"_s : u" FILE --host ADDRESS"_s);
+    }
     if (positional.size() > 2)
         return name + u" takes one show file, got "_s + QString::number(positional.size() - 1);
+    if (*command == Command::sheet) {
+        if (dryRun || listedOnly)
+            return (dryRun ? u"--dry-run"_s : u"--listed-only"_s) + u" does not apply to sheet"_s;
+        options.file = positional[1];
+        return std::nullopt;
+    }
     if (hasOutput)
-        return u"-o/--output belongs to dump; "_s + name +
+        return u"-o/--output belongs to dump and sheet; "_s + name +
                u" writes its result to standard output"_s;
     if (dryRun && *command != Command::apply)
         return u"--dry-run belongs to apply; diff never writes"_s;
@@ -185,8 +222,9 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
     const QCommandLineOption quiet({u"q"_s, u"quiet"_s}, QString());
     const QCommandLineOption verbose({u"v"_s, u"verbose"_s}, QString());
     const QCommandLineOption logFile(u"log"_s, QString(), u"FILE"_s);
+    const QCommandLineOption page(u"page"_s, QString(), u"SIZE"_s);
     parser.addOptions({help, version, host, suite, buttons, bus, timeout, retries, connectAttempts,
-                       format, output, dryRun, listedOnly, quiet, verbose, logFile});
+                       format, output, dryRun, listedOnly, quiet, verbose, logFile, page});
 
     if (!parser.parse(QStringList{u"quorvane-cli"_s} + arguments))
         return usageError(parser.errorText() + u" (see --help)"_s);
@@ -199,8 +237,11 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
     std::optional<QString> problem =
         readCommandArguments(parser.positionalArguments(), parser.isSet(dryRun),
                              parser.isSet(listedOnly), parser.isSet(output), options);
+    // sheet prints a file and never contacts a frame.
+    if (!problem && options.command == Command::sheet && parser.isSet(host))
+        problem = u"--host does not apply to sheet: it prints FILE and contacts no frame"_s;
     // Options given twice keep their last value, as most tools do; --bus adds up.
-    if (!problem)
+    if (!problem && options.command != Command::sheet)
         problem = readHost(parser.isSet(host) ? parser.values(host).last() : QString(), options);
     if (!problem && parser.isSet(suite))
         problem = readSuite(parser.values(suite).last(), options);
@@ -220,12 +261,14 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
     }
     if (!problem && parser.isSet(format))
         problem = readFormat(parser.values(format).last(), options);
+    if (!problem && parser.isSet(page))
+        problem = readPage(parser.values(page).last(), options);
     if (problem)
         return usageError(*problem);
 
     if (parser.isSet(output))
         options.output = parser.values(output).last();
-    if (options.command == Command::dump && options.output.isEmpty() && parser.isSet(output))
+    if (options.output.isEmpty() && parser.isSet(output))
         return usageError(u"-o/--output needs a file name"_s);
     options.quiet = parser.isSet(quiet);
     options.verbose = parser.isSet(verbose);

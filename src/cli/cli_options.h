@@ -3,6 +3,7 @@
 #include "exit_code.h"
 #include "link/link_timing.h"
 #include "model/bus.h"
+#include "sheet_options.h"
 
 #include <QList>
 #include <QString>
@@ -13,7 +14,7 @@
 
 namespace quorvane::cli {
 
-enum class Command { dump, diff, apply };
+enum class Command { dump, diff, apply, sheet };
 
 enum class ShowFormat { json, csv };
 
@@ -29,13 +30,17 @@ struct CliOptions {
     int retries = 3;         // rounds of asking again for buttons, and of writing again
     int connectAttempts = 2; // after a handshake time-out or a failed heartbeat check
     std::optional<ShowFormat> format;
-    QString file;   // diff and apply: the show file to compare with
-    QString output; // dump: where to write; empty for standard output
+    QString file;   // diff, apply and sheet: the show file to compare with or print
+    QString output; // dump: where to write; empty for standard output. sheet: empty for FILE's
+                    // name with the sheet's extension
     bool dryRun = false;
     bool listedOnly = false;
     bool quiet = false;   // no progress, no summary
     bool verbose = false; // the whole log on standard error
     QString logFile;      // the whole log to this file
+    // sheet: --format and --page
+    std::optional<SheetFormat> sheetFormat;
+    SheetPaper paper = SheetPaper::a4;
 };
 
 // The command line could not be used, or asked for help: what to print, where, and how to end.

@@ -1,6 +1,6 @@
 #pragma once
 
-// The three commands, each from checked options to an exit code. Not for use outside the tool.
+// The commands, each from checked options to an exit code. Not for use outside the tool.
 
 #include "cli_options.h"
 #include "console.h"
@@ -31,5 +31,7 @@ inline SessionPatience patienceOf(const CliOptions& options)
 QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context);
 QCoro::Task<ExitCode> runDiff(CliOptions options, CommandContext context);
 QCoro::Task<ExitCode> runApply(CliOptions options, CommandContext context);
+// Contacts no frame, so it needs no event loop.
+ExitCode runSheet(const CliOptions& options, CommandContext context);
 
 } // namespace quorvane::cli

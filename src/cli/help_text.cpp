@@ -17,6 +17,8 @@ Commands:
   diff FILE    Print every button whose source differs between the frame and FILE.
   apply FILE   Write every button of FILE that differs from the frame, then wait until the
                frame itself reports each new source back.
+  sheet FILE   Print FILE as a panel sheet to keep beside the panel: a PDF, one page per
+               bus, or PNG images. Contacts no frame.
 
 Options (every command):
   --host ADDRESS     The frame's IPv4 address, like 192.168.1.20. Required.
@@ -48,6 +50,18 @@ Options of one command:
   -o, --output FILE  dump: write the show file to FILE instead of standard output.
   --dry-run          apply: print what would be written and write nothing.
   --listed-only      diff, apply: compare only the buttons FILE lists.
+
+Panel sheets:
+  sheet FILE [-o OUT] [--format pdf|png] [--page a4|letter] [--bus NAME]
+  One landscape page per bus FILE lists buttons on, or per bus named with --bus: the four
+  shift rows with every button's number, source number and name (a button FILE does not list
+  is unassigned, "—"); the frame, suite, buttons per row and date above; FILE's name and the
+  page number below. OUT defaults to FILE with the extension .pdf (.png); --format defaults
+  to png for an OUT ending in .png, else pdf; --page to a4. PNG writes one image per bus at
+  150 dpi, with the bus before the extension: OUT sheet.png gives sheet-ME1.png, sheet-PGM.png
+  and so on. A CSV FILE is read at --buttons and printed with --suite (defaults 35 and 1). No
+  --host: the names printed are those FILE holds. An invalid FILE, or a sheet that cannot be
+  written, ends with exit 2; an older sheet is replaced only by a whole new one.
 
 Which buttons are compared:
   diff and apply compare, on each compared bus, every button of the panel. A button that FILE

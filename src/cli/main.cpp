@@ -1,18 +1,40 @@
-// quorvane-cli: dumps, compares and applies a panel's button map from the command line.
+// quorvane-cli: dumps, compares, applies and prints a panel's button map from the command line.
 #include "cli.h"
 #include "diagnostics/debug_logger.h"
 #include "platform/termination_signals.h"
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QGuiApplication>
 #include <cstdio>
+#include <memory>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
+namespace {
+// The command line before the application exists, decoded as QCoreApplication::arguments()
+// decodes it.
+QStringList argumentsOf(int argc, char* argv[])
+{
+    QStringList arguments;
+    for (int index = 1; index < argc; ++index)
+        arguments.append(QString::fromLocal8Bit(argv[index]));
+    return arguments;
+}
+} // namespace
+
 int main(int argc, char* argv[])
 {
-    QCoreApplication app(argc, argv);
+    // A sheet paints text, which takes a QGuiApplication; on the offscreen platform it needs no
+    // display. Every other command starts without one.
+    std::unique_ptr<QCoreApplication> app;
+    if (quorvane::cli::paintsPages(argumentsOf(argc, argv))) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        app = std::make_unique<QGuiApplication>(argc, argv);
+    } else {
+        app = std::make_unique<QCoreApplication>(argc, argv);
+    }
     QCoreApplication::setApplicationName(u"quorvane-cli"_s);
 
     QFile out;

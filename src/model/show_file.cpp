@@ -118,6 +118,11 @@ bool needsEscape(QChar c)
            c.isSurrogate();
 }
 
+bool isSurrogatePair(QStringView text, qsizetype at)
+{
+    return text[at].isHighSurrogate() && at + 1 < text.size() && text[at + 1].isLowSurrogate();
+}
+
 QString escaped(QChar c)
 {
     switch (c.unicode()) {
@@ -158,21 +163,10 @@ FileText fileText(QByteArrayView data)
 QString printable(QStringView text)
 {
     constexpr int shownCharacters = 40;
-    QString shown;
-    qsizetype i = 0;
-    for (int characters = 0; i < text.size() && characters < shownCharacters; ++characters) {
-        const QChar c = text[i];
-        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
-            shown += text.sliced(i, 2);
-            i += 2;
-            continue;
-        }
-        shown += needsEscape(c) ? escaped(c) : QString(c);
-        ++i;
-    }
-    if (i < text.size())
-        shown += u'\u2026';
-    return shown;
+    qsizetype end = 0;
+    for (int characters = 0; end < text.size() && characters < shownCharacters; ++characters)
+        end += isSurrogatePair(text, end) ? 2 : 1;
+    return escapedName(text.first(end)) + (end < text.size() ? u"\u2026"_s : QString());
 }
 
 QString quoted(QStringView text)
@@ -195,6 +189,21 @@ ShowFileResult refused(QList<ShowFileProblem> problems)
 }
 
 } // namespace showfile
+
+QString escapedName(QStringView name)
+{
+    QString shown;
+    shown.reserve(name.size());
+    for (qsizetype i = 0; i < name.size(); ++i) {
+        if (showfile::isSurrogatePair(name, i)) {
+            shown += name.sliced(i, 2);
+            ++i;
+        } else {
+            shown += showfile::needsEscape(name[i]) ? showfile::escaped(name[i]) : QString(name[i]);
+        }
+    }
+    return shown;
+}
 
 QString ShowFileProblem::text() const
 {

@@ -51,6 +51,10 @@ struct ShowFile {
     friend bool operator==(const ShowFile&, const ShowFile&) = default;
 };
 
+// `name` as one line of text shows it: control characters, line and paragraph separators and
+// lone surrogates escaped as JSON writes them ("\t", "\u0000").
+QString escapedName(QStringView name);
+
 // Bus order ME1, ME2, ME3, ME4, PGM, AUX, then shift, then button: the order of the grid, and
 // the order that keeps the diff of two files small.
 void sortButtons(QList<ShowButton>& buttons);

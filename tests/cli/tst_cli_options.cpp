@@ -123,10 +123,11 @@ private Q_SLOTS:
         QTest::addColumn<QString>("reason");
         const QString host = u"--host=10.0.0.7"_s;
         QTest::newRow("no command")
-            << QStringList{host} << u"no command given: use dump, diff or apply (see --help)"_s;
+            << QStringList{host}
+            << u"no command given: use dump, diff, apply or sheet (see --help)"_s;
         QTest::newRow("unknown command")
             << QStringList{u"restore"_s, host}
-            << u"unknown command \"restore\": use dump, diff or apply (see --help)"_s;
+            << u"unknown command \"restore\": use dump, diff, apply or sheet (see --help)"_s;
         QTest::newRow("unknown option") << QStringList{u"dump"_s, host, u"--colour"_s}
                                         << u"Unknown option 'colour'. (see --help)"_s;
         QTest::newRow("no host") << QStringList{u"dump"_s}
@@ -167,7 +168,8 @@ private Q_SLOTS:
                                       << u"--dry-run belongs to apply; diff never writes"_s;
         QTest::newRow("apply output")
             << QStringList{u"apply"_s, u"a.json"_s, host, u"-o"_s, u"x.json"_s}
-            << u"-o/--output belongs to dump; apply writes its result to standard output"_s;
+            << u"-o/--output belongs to dump and sheet; apply writes its result to standard "
+               u"output"_s;
         QTest::newRow("retries -1") << QStringList{u"dump"_s, host, u"--retries"_s, u"-1"_s}
                                     << u"--retries \"-1\" is not a whole number from 0 to 20"_s;
         QTest::newRow("retries many") << QStringList{u"dump"_s, host, u"--retries"_s, u"21"_s}

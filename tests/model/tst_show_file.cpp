@@ -1013,6 +1013,14 @@ private Q_SLOTS:
         QCOMPARE((ShowFileProblem{line, where, u"why"_s}.text()), text);
     }
 
+    void namesAreEscapedOntoOneLine()
+    {
+        QCOMPARE(escapedName(u"Kamera Süd 🎥"_s), u"Kamera Süd 🎥"_s);
+        const QString controls =
+            u"A\tB\nC\r"_s + QChar(0) + u"\u007f\u0085\u2028"_s + QChar(0xd800) + u"!"_s;
+        QCOMPARE(escapedName(controls), u"A\\tB\\nC\\r\\u0000\\u007f\\u0085\\u2028\\ud800!"_s);
+    }
+
     // ---- From the frame's mappings ------------------------------------------------------
 
     void showButtonsTakesOnlyTheCountAndSorts()

@@ -1,8 +1,11 @@
 // The package unpacked into a scratch root as dpkg installs it: the programs run from there,
 // the desktop entry's program and icon are where it says, and bash completes quorvane-cli.
+// quorvane-cli prints a panel sheet from there without a display.
 #include "package_support.h"
+#include "pdf_text.h"
 #include "project_info.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -47,6 +50,25 @@ private Q_SLOTS:
         QCOMPARE(run.output, u"quorvane "_s + projectVersion + u'\n');
     }
 
+    void commandLineToolPrintsASheetWithoutADisplay()
+    {
+        const QString show = m_root.filePath(u"studio-a.json"_s);
+        QFile file(show);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(R"({ "format": "quorvane-show", "version": 1,
+  "frame": { "name": "K-Frame XP", "version": "V12.3.1", "address": "10.1.2.3" },
+  "suite": 1, "buttonCount": 35,
+  "buttons": [ { "bus": "PGM", "shift": 1, "button": 1, "source": 7, "name": "CAM 7" } ] })");
+        file.close();
+        QProcessEnvironment noDisplay = QProcessEnvironment::systemEnvironment();
+        for (const QString& name : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"QT_QPA_PLATFORM"_s})
+            noDisplay.remove(name);
+        const ProgramRun run =
+            runProgram(bin(u"quorvane-cli"_s), {u"sheet"_s, show, u"--quiet"_s}, noDisplay);
+        QVERIFY2(run.succeeded(), run.report());
+        QCOMPARE(pdfPageCount(m_root.filePath(u"studio-a.pdf"_s)), 1);
+    }
+
     void desktopEntryFindsItsProgramAndIcon()
     {
         QSettings entry(m_root.filePath(u"usr/share/applications/"_s + id + u".desktop"_s),
@@ -84,6 +106,8 @@ private Q_SLOTS:
                                 << QStringList{u"20"_s, u"25"_s};
         QTest::newRow("formats") << u"quorvane-cli dump --format "_s
                                  << QStringList{u"csv"_s, u"json"_s};
+        QTest::newRow("sheet formats")
+            << u"quorvane-cli sheet show.json --format "_s << QStringList{u"pdf"_s, u"png"_s};
     }
 
     void bashCompletesTheCommandLine()
