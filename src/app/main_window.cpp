@@ -4,12 +4,16 @@
 #include "editing_model.h"
 #include "link/gv_connection.h"
 #include "menus.h"
+#include "panel_sheet.h"
 #include "show_file_transfer.h"
 #include "window_geometry.h"
 #include "window_style.h"
 
+#include <QDate>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QGuiApplication>
+#include <QLocale>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QSaveFile>
@@ -30,7 +34,8 @@ MainWindow::MainWindow(QSettings& preferences, DebugLogger& logger, QWidget* par
 #endif
     buildMenus(*menuBar(),
                {[this] { m_infoWindows.showAbout(); }, [this] { m_infoWindows.showHelp(); },
-                [this] { exportMappings(); }, [this] { importMappings(); }, [this] { close(); }});
+                [this] { exportMappings(); }, [this] { importMappings(); },
+                [this] { exportPanelSheet(); }, [this] { close(); }});
     EditingModel& model = m_content->model();
     m_viewMenu =
         buildViewMenu(*menuBar(), {[&model] { model.zoomIn(); }, [&model] { model.zoomOut(); },
@@ -83,6 +88,38 @@ void MainWindow::exportMappings()
         QMessageBox::warning(this, u"Export Mappings"_s,
                              u"Could not write "_s + path + u": "_s + out.errorString());
     }
+}
+
+void MainWindow::exportPanelSheet()
+{
+    const GVConnection& connection = m_content->connection();
+    const QString title = u"Export Panel Sheet"_s;
+    if (connection.subscribedModes().isEmpty()) {
+        QMessageBox::information(this, title,
+                                 u"Nothing to print yet: connect and load a bus first."_s);
+        return;
+    }
+    const ShowExport exported = exportShowFile(connection);
+    if (!exported.file) {
+        QMessageBox::warning(this, title, exported.refusal);
+        return;
+    }
+    const QString path = QFileDialog::getSaveFileName(
+        this, title, u"panel-sheet.pdf"_s, u"PDF (*.pdf);;PNG images, one per bus (*.png)"_s);
+    if (path.isEmpty())
+        return;
+    SheetOptions options;
+    options.format =
+        path.endsWith(u".png"_s, Qt::CaseInsensitive) ? SheetFormat::png : SheetFormat::pdf;
+    options.paper = QLocale().measurementSystem() == QLocale::ImperialUSSystem ? SheetPaper::letter
+                                                                               : SheetPaper::a4;
+    // Every loaded bus, also one with nothing assigned; an unloaded bus is unknown.
+    options.buses = loadedBuses(connection);
+    options.fileName = QFileInfo(path).fileName();
+    options.date = QDate::currentDate();
+    const SheetExport written = quorvane::exportPanelSheet(*exported.file, path, options);
+    if (!written.problem.isEmpty())
+        QMessageBox::warning(this, title, written.problem);
 }
 
 void MainWindow::importMappings()

@@ -29,6 +29,7 @@ public:
 
     void exportMappings();
     void importMappings();
+    void exportPanelSheet();
 
 protected:
     void closeEvent(QCloseEvent* event) override;

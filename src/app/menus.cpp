@@ -36,6 +36,10 @@ void buildMenus(QMenuBar& bar, const MenuActions& actions)
     importMappings->setShortcut(QKeySequence(u"Ctrl+Shift+I"_s));
     QObject::connect(importMappings, &QAction::triggered, &bar,
                      [actions] { actions.importMappings(); });
+    QAction* panelSheet = file->addAction(u"Export Panel Sheet…"_s);
+    panelSheet->setShortcut(QKeySequence::Print);
+    QObject::connect(panelSheet, &QAction::triggered, &bar,
+                     [actions] { actions.exportPanelSheet(); });
     file->addSeparator();
     QAction* quit = file->addAction(u"Quit"_s);
     quit->setShortcut(QKeySequence(u"Ctrl+Q"_s)); // Command-Q on the Mac

@@ -12,11 +12,12 @@ struct MenuActions {
     std::function<void()> showHelp;
     std::function<void()> exportMappings;
     std::function<void()> importMappings;
+    std::function<void()> exportPanelSheet;
     std::function<void()> quit;
 };
 
-// The program's menus: "Quorvane" (About), "File" (export and import of show files, Quit) and
-// "Help".
+// The program's menus: "Quorvane" (About), "File" (export and import of show files, the panel
+// sheet, Quit) and "Help".
 void buildMenus(QMenuBar& bar, const MenuActions& actions);
 
 struct ZoomActions {

@@ -12,16 +12,6 @@ using namespace Qt::StringLiterals;
 namespace quorvane {
 
 namespace {
-QList<Bus> loadedBuses(const GVConnection& connection)
-{
-    QList<Bus> buses;
-    for (Bus bus : allBuses) {
-        if (connection.subscribedModes().contains(modeKey(bus, connection.buttonCount())))
-            buses.append(bus);
-    }
-    return buses;
-}
-
 QString unknownButtons(const FrameReading& reading, const QString& what)
 {
     return what +
@@ -31,6 +21,16 @@ QString unknownButtons(const FrameReading& reading, const QString& what)
            u"\n\nDisconnect and connect again to read them anew."_s;
 }
 } // namespace
+
+QList<Bus> loadedBuses(const GVConnection& connection)
+{
+    QList<Bus> buses;
+    for (Bus bus : allBuses) {
+        if (connection.subscribedModes().contains(modeKey(bus, connection.buttonCount())))
+            buses.append(bus);
+    }
+    return buses;
+}
 
 ShowExport exportShowFile(const GVConnection& connection)
 {

@@ -19,6 +19,9 @@ struct ShowExport {
 };
 ShowExport exportShowFile(const GVConnection& connection);
 
+// The buses loaded at the connection's button count, in display order.
+QList<Bus> loadedBuses(const GVConnection& connection);
+
 // A show file is CSV when its name ends in ".csv", else JSON.
 bool isCsvShowFile(const QString& path);
 

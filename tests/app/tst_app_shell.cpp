@@ -110,7 +110,9 @@ private Q_SLOTS:
         int about = 0;
         int help = 0;
         int quit = 0;
-        buildMenus(bar, {[&] { ++about; }, [&] { ++help; }, [] {}, [] {}, [&] { ++quit; }});
+        int sheet = 0;
+        buildMenus(bar, {[&] { ++about; }, [&] { ++help; }, [] {}, [] {}, [&] { ++sheet; },
+                         [&] { ++quit; }});
         QCOMPARE(menuTitles(bar), QStringList({u"Quorvane"_s, u"File"_s, u"Help"_s}));
         const QList<QAction*> quorvane = bar.actions()[0]->menu()->actions();
         QCOMPARE(quorvane.size(), 1);
@@ -128,7 +130,12 @@ private Q_SLOTS:
             if (!item->isSeparator())
                 fileItems.append(item->text());
         }
-        QCOMPARE(fileItems, QStringList({u"Export Mappings…"_s, u"Import Mappings…"_s, u"Quit"_s}));
+        QCOMPARE(fileItems, QStringList({u"Export Mappings…"_s, u"Import Mappings…"_s,
+                                         u"Export Panel Sheet…"_s, u"Quit"_s}));
+        QAction* sheetItem = bar.actions()[1]->menu()->actions()[2];
+        QCOMPARE(sheetItem->shortcut(), QKeySequence(QKeySequence::Print));
+        sheetItem->trigger();
+        QCOMPARE(sheet, 1);
         QAction* quitItem = bar.actions()[1]->menu()->actions().last();
         QCOMPARE(quitItem->shortcut(), QKeySequence(u"Ctrl+Q"_s));
         QCOMPARE(quitItem->menuRole(), QAction::QuitRole);

@@ -213,7 +213,7 @@ private Q_SLOTS:
     void aCsvFileTakesItsWidthAndSuiteFromTheCommandLine()
     {
         const QString show = pathOf(u"show.csv"_s);
-        save(show, writeShowCsv(showFile().buttons));
+        save(show, writeShowCsv(showFile()));
         const ToolRun run =
             runTool({u"sheet"_s, show, u"--buttons"_s, u"20"_s, u"--suite"_s, u"3"_s});
         QCOMPARE(run.status, 0);
