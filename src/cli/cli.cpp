@@ -34,7 +34,7 @@ QCoro::Task<int> runCli(QStringList arguments, CliContext context)
     }
     const CliOptions& options = std::get<CliOptions>(parsed);
     const std::chrono::seconds shortest = shortestTimeout(context.timing, options.retries);
-    if (options.command != Command::sheet && options.timeout < shortest) {
+    if (needsFrame(options) && options.timeout < shortest) {
         console.error(u"--timeout "_s +
                       QString::number(static_cast<double>(options.timeout.count()) / 1000.0) +
                       u" is shorter than connecting and loading a bus take at the frame's pace: "
@@ -60,14 +60,17 @@ QCoro::Task<int> runCli(QStringList arguments, CliContext context)
         relay = std::make_unique<LogRelay>(context.logger, console);
     console.setQuiet(options.quiet);
 
-    const CommandContext command{console, context.logger, context.timing, context.termination};
+    CommandContext command{console, context.logger, context.timing, context.termination};
     ExitCode code = ExitCode::ok;
     switch (options.command) {
     case Command::dump:
         code = co_await runDump(options, command);
         break;
     case Command::diff:
-        code = co_await runDiff(options, command);
+        if (options.secondFile.isEmpty())
+            code = co_await runDiff(options, command);
+        else
+            code = runFileDiff(options, command);
         break;
     case Command::apply:
         code = co_await runApply(options, command);

@@ -181,8 +181,14 @@ std::optional<QString> readCommandArguments(const QStringList& positional, bool 
         return name + u" needs a show file: quorvane-cli "_s + name +
                (*command == Command::sheet ? u" FILE"_s : u" FILE --host ADDRESS"_s);
     }
-    if (positional.size() > 2)
-        return name + u" takes one show file, got "_s + QString::number(positional.size() - 1);
+    // diff compares a file with the frame, or two files with each other.
+    const qsizetype mostFiles = *command == Command::diff ? 2 : 1;
+    if (positional.size() > 1 + mostFiles) {
+        return name +
+               (mostFiles == 1 ? u" takes one show file, got "_s
+                               : u" takes one or two show files, got "_s) +
+               QString::number(positional.size() - 1);
+    }
     if (*command == Command::sheet) {
         if (dryRun || listedOnly)
             return (dryRun ? u"--dry-run"_s : u"--listed-only"_s) + u" does not apply to sheet"_s;
@@ -195,12 +201,18 @@ std::optional<QString> readCommandArguments(const QStringList& positional, bool 
     if (dryRun && *command != Command::apply)
         return u"--dry-run belongs to apply; diff never writes"_s;
     options.file = positional[1];
+    options.secondFile = positional.value(2);
     options.dryRun = dryRun;
     options.listedOnly = listedOnly;
     return std::nullopt;
 }
 
 } // namespace
+
+bool needsFrame(const CliOptions& options)
+{
+    return options.command != Command::sheet && options.secondFile.isEmpty();
+}
 
 std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
 {
@@ -237,11 +249,15 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
     std::optional<QString> problem =
         readCommandArguments(parser.positionalArguments(), parser.isSet(dryRun),
                              parser.isSet(listedOnly), parser.isSet(output), options);
-    // sheet prints a file and never contacts a frame.
+    // sheet prints a file and a diff of two files compares them: neither contacts a frame.
     if (!problem && options.command == Command::sheet && parser.isSet(host))
         problem = u"--host does not apply to sheet: it prints FILE and contacts no frame"_s;
+    if (!problem && !options.secondFile.isEmpty() && parser.isSet(host)) {
+        problem = u"--host does not apply to a diff of two files: they are compared with each "
+                  u"other, not with a frame"_s;
+    }
     // Options given twice keep their last value, as most tools do; --bus adds up.
-    if (!problem && options.command != Command::sheet)
+    if (!problem && needsFrame(options))
         problem = readHost(parser.isSet(host) ? parser.values(host).last() : QString(), options);
     if (!problem && parser.isSet(suite))
         problem = readSuite(parser.values(suite).last(), options);

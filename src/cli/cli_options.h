@@ -30,9 +30,10 @@ struct CliOptions {
     int retries = 3;         // rounds of asking again for buttons, and of writing again
     int connectAttempts = 2; // after a handshake time-out or a failed heartbeat check
     std::optional<ShowFormat> format;
-    QString file;   // diff, apply and sheet: the show file to compare with or print
-    QString output; // dump: where to write; empty for standard output. sheet: empty for FILE's
-                    // name with the sheet's extension
+    QString file;       // diff, apply and sheet: the show file to compare with or print
+    QString secondFile; // diff of two files: compared with `file`, no frame contacted
+    QString output;     // dump: where to write; empty for standard output. sheet: empty for FILE's
+                        // name with the sheet's extension
     bool dryRun = false;
     bool listedOnly = false;
     bool quiet = false;   // no progress, no summary
@@ -42,6 +43,9 @@ struct CliOptions {
     std::optional<SheetFormat> sheetFormat;
     SheetPaper paper = SheetPaper::a4;
 };
+
+// Whether the command talks to a frame: all but sheet and a diff of two files.
+bool needsFrame(const CliOptions& options);
 
 // The command line could not be used, or asked for help: what to print, where, and how to end.
 struct CliStop {

@@ -30,6 +30,7 @@ inline SessionPatience patienceOf(const CliOptions& options)
 
 QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context);
 QCoro::Task<ExitCode> runDiff(CliOptions options, CommandContext context);
+ExitCode runFileDiff(const CliOptions& options, CommandContext& context);
 QCoro::Task<ExitCode> runApply(CliOptions options, CommandContext context);
 // Contacts no frame, so it needs no event loop.
 ExitCode runSheet(const CliOptions& options, CommandContext context);

@@ -15,13 +15,17 @@ Commands:
   dump         Connect, read the buttons of the chosen buses and write them as a show file
                (to standard output, or to -o FILE).
   diff FILE    Print every button whose source differs between the frame and FILE.
+  diff FILE1 FILE2
+               Print every button whose source differs between two show files, with the
+               same report and exit codes. Contacts no frame.
   apply FILE   Write every button of FILE that differs from the frame, then wait until the
                frame itself reports each new source back.
   sheet FILE   Print FILE as a panel sheet to keep beside the panel: a PDF, one page per
                bus, or PNG images. Contacts no frame.
 
 Options (every command):
-  --host ADDRESS     The frame's IPv4 address, like 192.168.1.20. Required.
+  --host ADDRESS     The frame's IPv4 address, like 192.168.1.20. Required by the commands
+                     that contact the frame.
   --suite N          Control-panel suite, 1 to 4. Default: the suite recorded in a JSON
                      show file, else 1.
   --buttons N        Buttons per row of the panel: 15, 20, 25 or 35. Default: the count
@@ -49,7 +53,8 @@ Options (every command):
 Options of one command:
   -o, --output FILE  dump: write the show file to FILE instead of standard output.
   --dry-run          apply: print what would be written and write nothing.
-  --listed-only      diff, apply: compare only the buttons FILE lists.
+  --listed-only      diff, apply: compare only the buttons FILE lists (with two files, the
+                     buttons FILE2 lists).
 
 Panel sheets:
   sheet FILE [-o OUT] [--format pdf|png] [--page a4|letter] [--bus NAME]

@@ -5,11 +5,12 @@ using namespace Qt::StringLiterals;
 namespace quorvane::cli {
 
 namespace {
-QString nameFor(const ShowButton& button, const SourceNamer& frameName)
+// The file's own name for its button, else the frame's name for `source`.
+QString nameFor(const ShowButton& button, const SourceNamer& frameName, qint64 source)
 {
     if (!button.name.isEmpty())
         return button.name;
-    return frameName ? frameName(button.source) : QString();
+    return frameName ? frameName(source) : QString();
 }
 } // namespace
 
@@ -31,14 +32,24 @@ QString sourceText(qint64 source, const QString& name)
 
 QString differenceLine(const ShowDifference& difference, const SourceNamer& frameName)
 {
-    const qint64 current = difference.current ? difference.current->source : 0;
-    const QString currentName = frameName ? frameName(current) : QString();
-    QString line = buttonText(difference.wanted) + u": frame "_s +
-                   sourceText(current, currentName) + u", file "_s +
-                   sourceText(difference.wanted.source, nameFor(difference.wanted, frameName));
+    QString line = comparisonLine(
+        difference, {u"frame"_s, frameName},
+        {u"file"_s, [&](qint64 source) { return nameFor(difference.wanted, frameName, source); }});
     if (const std::optional<QString> note = nameNote(difference.wanted, frameName))
         line += u"; "_s + *note;
     return line;
+}
+
+QString comparisonLine(const ShowDifference& difference, const ComparedSide& current,
+                       const ComparedSide& wanted)
+{
+    const qint64 currentSource = difference.current ? difference.current->source : 0;
+    const auto named = [](const ComparedSide& side, qint64 source) {
+        return side.nameOf && source != 0 ? side.nameOf(source) : QString();
+    };
+    return buttonText(difference.wanted) + u": "_s + current.label + u' ' +
+           sourceText(currentSource, named(current, currentSource)) + u", "_s + wanted.label +
+           u' ' + sourceText(difference.wanted.source, named(wanted, difference.wanted.source));
 }
 
 std::optional<QString> nameNote(const ShowButton& wanted, const SourceNamer& frameName)
@@ -64,9 +75,10 @@ std::optional<QString> sameSourceNameLine(const ShowButton& wanted, const Source
 
 QString writeLine(const TrackedWrite& write, const SourceNamer& frameName)
 {
-    QString line = (write.confirmed ? u"confirmed "_s : u"unconfirmed "_s) +
-                   buttonText(write.wanted) + u": "_s +
-                   sourceText(write.wanted.source, nameFor(write.wanted, frameName));
+    QString line =
+        (write.confirmed ? u"confirmed "_s : u"unconfirmed "_s) + buttonText(write.wanted) +
+        u": "_s +
+        sourceText(write.wanted.source, nameFor(write.wanted, frameName, write.wanted.source));
     if (write.confirmed)
         return line;
     if (!write.frameSource)

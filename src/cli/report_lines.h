@@ -20,6 +20,17 @@ QString buttonText(const ShowButton& button);
 // "1042 (VT 1)", "12", or "0 (unassigned)".
 QString sourceText(qint64 source, const QString& name);
 
+// One side of a comparison: what it is called in a report, and the names it gives sources.
+struct ComparedSide {
+    QString label; // "frame", "file", "studio-a.json"
+    SourceNamer nameOf;
+};
+
+// "PGM shift 2 button 3: a.json 7 (CAM 7), b.json 1042 (VT 1)": the button, and each side's
+// source with that side's name for it.
+QString comparisonLine(const ShowDifference& difference, const ComparedSide& current,
+                       const ComparedSide& wanted);
+
 // "PGM shift 2 button 3: frame 7 (CAM 7), file 1042 (VT 1)". The file's name is the one the
 // file gives; when it gives none, the frame's name for that source.
 QString differenceLine(const ShowDifference& difference, const SourceNamer& frameName);
