@@ -103,7 +103,7 @@ case "$command" in
         ensure_packages "${packages[@]}"
         build dev
         case " $* " in
-            *" --host "* | *" --host="* | *" --demo "*) ;;
+            *" --host "* | *" --host="* | *" --demo "* | *" --show "* | *" --show="*) ;;
             *) set -- --demo "$@" ;;
         esac
         exec build/dev/src/app/quorvane "$@"

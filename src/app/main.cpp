@@ -1,6 +1,5 @@
 #include "connection_panel.h"
 #include "content_view.h"
-#include "demo_frame.h"
 #include "diagnostics/debug_logger.h"
 #include "editing_model.h"
 #include "first_paint.h"
@@ -71,13 +70,13 @@ int main(int argc, char** argv)
     ContentView& view = window.contentView();
     EditingModel& model = view.model();
 
-    std::unique_ptr<emulator::FrameEmulator> demoFrame;
-    if (start.options.demo) {
-        QString error;
-        demoFrame = startDemoFrame(view, error);
-        if (!demoFrame) {
+    if (start.options.show) {
+        if (const std::optional<QString> failed = window.openShow(*start.options.show))
+            QMessageBox::warning(&window, u"Quorvane"_s, *failed);
+    } else if (start.options.demo) {
+        if (const std::optional<QString> failed = window.startDemoFrame()) {
             QMessageBox::warning(&window, u"Quorvane"_s,
-                                 u"The built-in demo frame could not start: "_s + error);
+                                 u"The built-in demo frame could not start: "_s + *failed);
         }
     }
     if (start.options.host)

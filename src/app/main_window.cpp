@@ -4,11 +4,13 @@
 #include "editing_model.h"
 #include "link/gv_connection.h"
 #include "menus.h"
+#include "offline_show.h"
 #include "panel_sheet.h"
 #include "show_file_transfer.h"
 #include "window_geometry.h"
 #include "window_style.h"
 
+#include <QCloseEvent>
 #include <QDate>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -28,14 +30,26 @@ MainWindow::MainWindow(QSettings& preferences, DebugLogger& logger, QWidget* par
     , m_content(new ContentView(preferences, logger, this))
 {
     setCentralWidget(m_content);
-    setWindowTitle(u"Quorvane"_s);
 #ifdef Q_OS_MACOS
     setUnifiedTitleAndToolBarOnMac(true);
 #endif
-    buildMenus(*menuBar(),
-               {[this] { m_infoWindows.showAbout(); }, [this] { m_infoWindows.showHelp(); },
-                [this] { exportMappings(); }, [this] { importMappings(); },
-                [this] { exportPanelSheet(); }, [this] { close(); }});
+    m_fileMenu = buildMenus(*menuBar(), {.showAbout = [this] { m_infoWindows.showAbout(); },
+                                         .showHelp = [this] { m_infoWindows.showHelp(); },
+                                         .openShow = [this] { openShowFromDialog(); },
+                                         .saveShow = [this] { saveShowFromMenu(); },
+                                         .saveShowAs = [this] { saveShowAsFromDialog(); },
+                                         .exportMappings = [this] { exportMappings(); },
+                                         .importMappings = [this] { importMappings(); },
+                                         .exportPanelSheet = [this] { exportPanelSheet(); },
+                                         .quit = [this] { close(); }});
+    m_saveQuestion = [this] {
+        return QMessageBox::question(this, u"Quorvane"_s,
+                                     u"The show "_s + QFileInfo(m_offline->path()).fileName() +
+                                         u" has changes that are not saved. Save them?"_s,
+                                     QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel,
+                                     QMessageBox::Save);
+    };
+    updateTitle();
     EditingModel& model = m_content->model();
     m_viewMenu =
         buildViewMenu(*menuBar(), {[&model] { model.zoomIn(); }, [&model] { model.zoomOut(); },
@@ -43,8 +57,14 @@ MainWindow::MainWindow(QSettings& preferences, DebugLogger& logger, QWidget* par
                                    [&model] { model.setZoom(GridZoom::fitToWindow()); }});
 }
 
+MainWindow::~MainWindow() = default;
+
 void MainWindow::closeEvent(QCloseEvent* event)
 {
+    if (!settleUnsavedEdits()) {
+        event->ignore();
+        return;
+    }
     // The program is its main window: Help and About go with it, and the program ends.
     m_infoWindows.closeAll();
     QMainWindow::closeEvent(event);
@@ -57,7 +77,7 @@ void MainWindow::setUpWindow()
     QPalette colours = palette();
     colours.setColor(QPalette::Window, windowBackground());
     setPalette(colours);
-    setWindowTitle(u"Quorvane"_s);
+    updateTitle();
     // The stock menus go; the grid's zoom under View is the program's own and stays.
     trimMenuBar(*menuBar());
     placeViewMenu(*menuBar(), *m_viewMenu);

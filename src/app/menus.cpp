@@ -20,7 +20,7 @@ QKeySequence helpShortcut()
 }
 } // namespace
 
-void buildMenus(QMenuBar& bar, const MenuActions& actions)
+FileMenu buildMenus(QMenuBar& bar, const MenuActions& actions)
 {
     QMenu* application = bar.addMenu(u"Quorvane"_s);
     QAction* about = application->addAction(u"About Quorvane"_s);
@@ -28,28 +28,31 @@ void buildMenus(QMenuBar& bar, const MenuActions& actions)
     QObject::connect(about, &QAction::triggered, &bar, [actions] { actions.showAbout(); });
 
     QMenu* file = bar.addMenu(u"File"_s);
-    QAction* exportMappings = file->addAction(u"Export Mappings…"_s);
-    exportMappings->setShortcut(QKeySequence(u"Ctrl+Shift+E"_s));
-    QObject::connect(exportMappings, &QAction::triggered, &bar,
-                     [actions] { actions.exportMappings(); });
-    QAction* importMappings = file->addAction(u"Import Mappings…"_s);
-    importMappings->setShortcut(QKeySequence(u"Ctrl+Shift+I"_s));
-    QObject::connect(importMappings, &QAction::triggered, &bar,
-                     [actions] { actions.importMappings(); });
-    QAction* panelSheet = file->addAction(u"Export Panel Sheet…"_s);
-    panelSheet->setShortcut(QKeySequence::Print);
-    QObject::connect(panelSheet, &QAction::triggered, &bar,
-                     [actions] { actions.exportPanelSheet(); });
+    const auto item = [&](const QString& text, const QKeySequence& shortcut,
+                          const std::function<void()>& action) {
+        QAction* added = file->addAction(text);
+        added->setShortcut(shortcut);
+        QObject::connect(added, &QAction::triggered, &bar, [action] { action(); });
+        return added;
+    };
+    item(u"Open Show…"_s, QKeySequence::Open, actions.openShow);
+    FileMenu menu;
+    menu.saveShow = item(u"Save Show"_s, QKeySequence::Save, actions.saveShow);
+    menu.saveShowAs = item(u"Save Show As…"_s, QKeySequence(u"Ctrl+Shift+S"_s), actions.saveShowAs);
     file->addSeparator();
-    QAction* quit = file->addAction(u"Quit"_s);
-    quit->setShortcut(QKeySequence(u"Ctrl+Q"_s)); // Command-Q on the Mac
-    quit->setMenuRole(QAction::QuitRole);         // moves to the application menu there
-    QObject::connect(quit, &QAction::triggered, &bar, [actions] { actions.quit(); });
+    item(u"Export Mappings…"_s, QKeySequence(u"Ctrl+Shift+E"_s), actions.exportMappings);
+    item(u"Import Mappings…"_s, QKeySequence(u"Ctrl+Shift+I"_s), actions.importMappings);
+    item(u"Export Panel Sheet…"_s, QKeySequence::Print, actions.exportPanelSheet);
+    file->addSeparator();
+    QAction* quit =
+        item(u"Quit"_s, QKeySequence(u"Ctrl+Q"_s), actions.quit); // Command-Q on the Mac
+    quit->setMenuRole(QAction::QuitRole); // moves to the application menu there
 
     QMenu* help = bar.addMenu(u"Help"_s);
     QAction* quorvaneHelp = help->addAction(u"Quorvane Help"_s);
     quorvaneHelp->setShortcut(helpShortcut());
     QObject::connect(quorvaneHelp, &QAction::triggered, &bar, [actions] { actions.showHelp(); });
+    return menu;
 }
 
 QMenu* buildViewMenu(QMenuBar& bar, const ZoomActions& actions)

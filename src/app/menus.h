@@ -2,6 +2,7 @@
 
 #include <functional>
 
+class QAction;
 class QMenu;
 class QMenuBar;
 
@@ -10,15 +11,24 @@ namespace quorvane {
 struct MenuActions {
     std::function<void()> showAbout;
     std::function<void()> showHelp;
+    std::function<void()> openShow;
+    std::function<void()> saveShow;
+    std::function<void()> saveShowAs;
     std::function<void()> exportMappings;
     std::function<void()> importMappings;
     std::function<void()> exportPanelSheet;
     std::function<void()> quit;
 };
 
-// The program's menus: "Quorvane" (About), "File" (export and import of show files, the panel
-// sheet, Quit) and "Help".
-void buildMenus(QMenuBar& bar, const MenuActions& actions);
+// What the File menu offers that is not always there.
+struct FileMenu {
+    QAction* saveShow = nullptr;
+    QAction* saveShowAs = nullptr;
+};
+
+// The program's menus: "Quorvane" (About), "File" (a show opened offline, export and import of
+// show files, the panel sheet, Quit) and "Help".
+FileMenu buildMenus(QMenuBar& bar, const MenuActions& actions);
 
 struct ZoomActions {
     std::function<void()> zoomIn;

@@ -1,19 +1,20 @@
 // Takes the README's screenshots of the real window: connected to the built-in demo frame with
 // all 35 buttons of a row fitted to the window, with a selection and the debug log open at its
-// newest lines, and with the source picker open. Run it under a display (the repository's
-// scripts/screenshots.sh starts a virtual one).
+// newest lines, with the source picker open, and with a show file opened offline. Run it under a
+// display (the repository's scripts/screenshots.sh starts a virtual one).
 #include "connection_panel.h"
 #include "content_view.h"
-#include "demo_frame.h"
 #include "diagnostics/debug_logger.h"
 #include "editing_model.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
+#include "served_show.h"
 #include "source_picker_dialog.h"
 #include "window_style.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QFile>
 #include <QLineEdit>
 #include <QScreen>
 #include <QSettings>
@@ -56,16 +57,17 @@ int main(int argc, char** argv)
     window.setUpWindow();
     ContentView& view = window.contentView();
     view.model().setZoom(GridZoom::fitToWindow());
-    QString error;
-    const std::unique_ptr<emulator::FrameEmulator> frame = startDemoFrame(view, error);
-    if (!frame) {
-        std::fprintf(stderr, "demo frame: %s\n", qPrintable(error));
+    if (const std::optional<QString> failed = window.startDemoFrame()) {
+        std::fprintf(stderr, "demo frame: %s\n", qPrintable(*failed));
         return 1;
     }
-    view.connectionPanel()->pressConnectButton();
-    if (!QTest::qWaitFor(
+    const auto connected = [&] {
+        return QTest::qWaitFor(
             [&] { return view.connection().connectionState() == ConnectionState::connected; },
-            20'000)) {
+            20'000);
+    };
+    view.connectionPanel()->pressConnectButton();
+    if (!connected()) {
         std::fprintf(stderr, "the demo frame did not connect\n");
         return 1;
     }
@@ -88,6 +90,30 @@ int main(int argc, char** argv)
     model.setPickerSearchText(u"cam"_s);
     QTest::qWait(300);
     if (!save(folder + u"/picker.png"_s))
+        return 1;
+    view.picker()->reject();
+
+    // The demo's show as a file, opened offline, with a button changed and not yet saved.
+    ShowFile show;
+    show.frameName = u"K-Frame XP"_s;
+    show.frameVersion = u"V12.3.1"_s;
+    show.buttonCount = 35;
+    show.buttons = emulator::assignedButtons(emulator::demoShow(), 35);
+    show.sources = emulator::demoShow().names();
+    const QString file = settingsDir.filePath(u"studio-a.json"_s);
+    QFile out(file);
+    if (!out.open(QIODevice::WriteOnly) || out.write(writeShowJson(show)) < 0)
+        return 1;
+    out.close();
+    if (const std::optional<QString> failed = window.openShow(file)) {
+        std::fprintf(stderr, "offline show: %s\n", qPrintable(*failed));
+        return 1;
+    }
+    if (!connected())
+        return 1;
+    model.tap(3, 4);
+    QTest::qWait(300);
+    if (!save(folder + u"/offline.png"_s))
         return 1;
     view.connection().disconnect();
     return 0;

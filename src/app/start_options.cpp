@@ -22,6 +22,10 @@ void declareOptions(QCommandLineParser& parser)
     parser.addVersionOption();
     parser.addOptions({
         {u"demo"_s, u"Start the built-in demo frame (an emulated K-Frame on 127.0.0.1)."_s},
+        {u"show"_s,
+         u"Open a show file offline: the built-in frame serves it on 127.0.0.1, to edit it "
+         u"without the switcher and save it back."_s,
+         u"file"_s},
         {u"host"_s, u"The frame's IPv4 address."_s, u"address"_s},
         {u"suite"_s, u"The panel suite, 1 to 4."_s, u"n"_s},
         {u"buttons"_s, u"Buttons per row: 15, 20, 25 or 35."_s, u"n"_s},
@@ -54,6 +58,15 @@ ParsedStart parseStartOptions(const QStringList& arguments)
     options.reportFirstPaint = parser.isSet(firstPaintOption);
     if (parser.isSet(u"host"_s))
         options.host = parser.value(u"host"_s);
+    if (parser.isSet(u"show"_s)) {
+        options.show = parser.value(u"show"_s);
+        // An offline show has its own frame, suite and button count.
+        if (options.demo || options.host) {
+            parsed.error = u"--show opens a show offline; it does not go with "_s +
+                           (options.demo ? u"--demo"_s : u"--host"_s);
+            return parsed;
+        }
+    }
     auto number = [&](const QString& name, auto valid) -> std::optional<int> {
         if (!parser.isSet(name))
             return std::nullopt;

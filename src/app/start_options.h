@@ -13,6 +13,7 @@ enum class StartRequest { run, help, version };
 struct StartOptions {
     StartRequest request = StartRequest::run;
     bool demo = false;             // run the emulated frame inside the program
+    std::optional<QString> show;   // open this show file offline, served by the emulated frame
     std::optional<QString> host;   // pre-fill the frame address
     std::optional<int> suite;      // 1-4
     std::optional<int> buttons;    // 15, 20, 25 or 35

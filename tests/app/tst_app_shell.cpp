@@ -111,8 +111,15 @@ private Q_SLOTS:
         int help = 0;
         int quit = 0;
         int sheet = 0;
-        buildMenus(bar, {[&] { ++about; }, [&] { ++help; }, [] {}, [] {}, [&] { ++sheet; },
-                         [&] { ++quit; }});
+        buildMenus(bar, {.showAbout = [&] { ++about; },
+                         .showHelp = [&] { ++help; },
+                         .openShow = [] {},
+                         .saveShow = [] {},
+                         .saveShowAs = [] {},
+                         .exportMappings = [] {},
+                         .importMappings = [] {},
+                         .exportPanelSheet = [&] { ++sheet; },
+                         .quit = [&] { ++quit; }});
         QCOMPARE(menuTitles(bar), QStringList({u"Quorvane"_s, u"File"_s, u"Help"_s}));
         const QList<QAction*> quorvane = bar.actions()[0]->menu()->actions();
         QCOMPARE(quorvane.size(), 1);
@@ -130,9 +137,10 @@ private Q_SLOTS:
             if (!item->isSeparator())
                 fileItems.append(item->text());
         }
-        QCOMPARE(fileItems, QStringList({u"Export Mappings…"_s, u"Import Mappings…"_s,
+        QCOMPARE(fileItems, QStringList({u"Open Show…"_s, u"Save Show"_s, u"Save Show As…"_s,
+                                         u"Export Mappings…"_s, u"Import Mappings…"_s,
                                          u"Export Panel Sheet…"_s, u"Quit"_s}));
-        QAction* sheetItem = bar.actions()[1]->menu()->actions()[2];
+        QAction* sheetItem = bar.actions()[1]->menu()->actions()[6];
         QCOMPARE(sheetItem->shortcut(), QKeySequence(QKeySequence::Print));
         sheetItem->trigger();
         QCOMPARE(sheet, 1);
