@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -265,9 +266,11 @@ std::optional<Whole> wholeNumber(const QJsonValue& value)
 // Reads the fields of one JSON object and reports each problem at the line of its field.
 class ObjectReader {
 public:
-    ObjectReader(const QJsonObject& object, const QString& path, const JsonOutline& outline,
+    // The object is kept by value (it is shared, not copied): a reader built from a temporary
+    // such as `value.toObject()` must not outlive what it reads.
+    ObjectReader(QJsonObject object, const QString& path, const JsonOutline& outline,
                  QList<ShowFileProblem>& problems)
-        : m_object(object)
+        : m_object(std::move(object))
         , m_path(path)
         , m_outline(outline)
         , m_problems(problems)
@@ -376,7 +379,7 @@ private:
         refuse(key, u'"' + key + u"\" must be "_s + expected + u", found "_s + describe(value));
     }
 
-    const QJsonObject& m_object;
+    const QJsonObject m_object;
     QString m_path;
     const JsonOutline& m_outline;
     QList<ShowFileProblem>& m_problems;
