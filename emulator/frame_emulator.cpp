@@ -1,6 +1,7 @@
 #include "frame_emulator.h"
 
 #include "diagnostics/debug_logger.h"
+#include "model/button_address.h"
 #include "outbox.h"
 
 #include <QNetworkDatagram>
@@ -204,6 +205,21 @@ bool FrameEmulator::announceDynamicPort()
     Q_EMIT activity(u"Announced dynamic port "_s + portText(m_options.dynamicPort) +
                     u" to the client's listener port "_s + portText(m_client->listenerPort()));
     return true;
+}
+
+int FrameEmulator::sendBurst(int count)
+{
+    constexpr int buttonCount = 35;
+    int sent = 0;
+    for (int k = 0; k < count; ++k) {
+        const int index = k % (shiftRowCount * buttonCount);
+        const quint16 parameter =
+            buttonParameter(buttonCount, index / buttonCount + 1, index % buttonCount + 1);
+        const ButtonRecord record{parameter, busCode(Bus::pgm), quint32(k + 1)};
+        sent += sendData(buttonDatagram(m_sequence.next(), 0, {record})) ? 1 : 0;
+    }
+    Q_EMIT activity(u"Burst: "_s + QString::number(sent) + u" button datagrams sent"_s);
+    return sent;
 }
 
 void FrameEmulator::setAnswerDelay(int milliseconds)

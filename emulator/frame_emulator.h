@@ -121,6 +121,11 @@ public:
     bool announceDynamicPort();
     int announcementsSent() const { return m_announcementsSent; }
 
+    // `count` button datagrams to the client at once, as fast as the socket takes them: one
+    // record each, walking through the buttons of PGM at 35 with sources 1, 2, 3… Returns how
+    // many left.
+    int sendBurst(int count);
+
     // A network that turns slow: everything sent from now on leaves this much later.
     void setAnswerDelay(int milliseconds);
     // A network that turns lossy: fractions of what is received and sent from now on.

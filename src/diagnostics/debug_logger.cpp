@@ -38,12 +38,35 @@ DebugLogger& DebugLogger::shared()
     return instance;
 }
 
+namespace {
+// "HH:mm:ss.zzz", written out by hand: QTime::toString reads its pattern on every call, and a
+// burst of datagrams logs thousands of lines.
+QString timeText(const QTime& time)
+{
+    const int parts[] = {time.hour(), time.minute(), time.second(), time.msec()};
+    QString text(12, u'0');
+    QChar* out = text.data();
+    const auto put = [&out](int value, int digits) {
+        for (int d = digits - 1; d >= 0; --d, value /= 10)
+            out[d] = QChar(u'0' + value % 10);
+        out += digits;
+    };
+    put(parts[0], 2);
+    *out++ = u':';
+    put(parts[1], 2);
+    *out++ = u':';
+    put(parts[2], 2);
+    *out++ = u'.';
+    put(parts[3], 3);
+    return text;
+}
+} // namespace
+
 void DebugLogger::log(const QString& message, LogLevel level)
 {
-    const QString line = u'[' + QTime::currentTime().toString(u"HH:mm:ss.zzz"_s) + u"] ["_s +
-                         logLevelText(level) + u"] "_s + message;
-    QMetaObject::invokeMethod(
-        this, [this, line] { append(line); }, Qt::QueuedConnection);
+    const QString line =
+        u'[' + timeText(QTime::currentTime()) + u"] ["_s + logLevelText(level) + u"] "_s + message;
+    post(line);
     if (m_echo) {
         const QByteArray utf8 = line.toUtf8();
         std::fwrite(utf8.constData(), 1, static_cast<size_t>(utf8.size()), m_echo);
@@ -61,13 +84,32 @@ void DebugLogger::hexDump(const QString& label, QByteArrayView bytes)
 
 void DebugLogger::clear()
 {
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
+    post(std::nullopt);
+}
+
+void DebugLogger::post(std::optional<QString> line)
+{
+    // One event carries every line logged before the loop gets to it, in order; a clear among
+    // them stays in its place.
+    const bool first = m_pending.empty();
+    m_pending.push_back(std::move(line));
+    if (first)
+        QMetaObject::invokeMethod(this, &DebugLogger::appendPending, Qt::QueuedConnection);
+}
+
+void DebugLogger::appendPending()
+{
+    // Taken first: an observer may log while it hears of a line.
+    std::vector<std::optional<QString>> pending;
+    pending.swap(m_pending);
+    for (std::optional<QString>& line : pending) {
+        if (line) {
+            append(*line);
+        } else {
             m_logs.clear();
             Q_EMIT logsChanged();
-        },
-        Qt::QueuedConnection);
+        }
+    }
 }
 
 void DebugLogger::append(const QString& line)

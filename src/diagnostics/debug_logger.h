@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStringList>
 #include <cstdio>
+#include <optional>
+#include <vector>
 
 namespace quorvane {
 
@@ -50,7 +52,12 @@ Q_SIGNALS:
     void logsChanged();
 
 private:
+    // Appends through the event loop; none stands for a clear.
+    void post(std::optional<QString> line);
+    void appendPending();
     void append(const QString& line);
+
+    std::vector<std::optional<QString>> m_pending;
 
     QStringList m_logs;
     qint64 m_appended = 0;

@@ -63,6 +63,7 @@ void GVConnection::connect(const QString& host, int suite, int buttonCount)
     if (m_session)
         m_session->cancelled = true;
     m_targetHost = host;
+    m_targetAddress = dottedIPv4(host); // read once: every datagram in and out uses it
     m_selectedSuite = std::clamp(suite, firstSuite, lastSuite);
     publish(m_buttonCount, isSupportedButtonCount(buttonCount) ? buttonCount : defaultButtonCount,
             &GVConnection::buttonCountChanged);

@@ -12,6 +12,7 @@
 #include <QByteArrayView>
 #include <QCoroTask>
 #include <QElapsedTimer>
+#include <QHostAddress>
 #include <QObject>
 #include <QPointer>
 #include <QSet>
@@ -175,6 +176,7 @@ private:
     using Token = std::shared_ptr<CancelToken>;
 
     // Transport
+    static std::optional<QHostAddress> dottedIPv4(const QString& host);
     UdpEndpoint* createUDPSocket(quint16 port);
     void closeSockets();
     void sendTo(UdpEndpoint* socket, const QByteArray& datagram, quint16 port);
@@ -257,6 +259,7 @@ private:
     QPointer<UdpEndpoint> m_listenerSocket;
     QPointer<QTimer> m_heartbeatTimer;
     QPointer<QTimer> m_receiveTimer;
+    bool m_receiveContinues = false;             // the rest of a long drain is due at once
     QHash<QString, ButtonAnswerStamp> m_answers; // by mapping key
     quint64 m_answerSerial = 0;
     int m_answerRetries = 1;
@@ -267,6 +270,7 @@ private:
     quint16 m_msgCounter = firstMessageSequence;
     quint16 m_subIdCounter = firstSubscriptionId;
     QString m_targetHost;
+    std::optional<QHostAddress> m_targetAddress; // none when the host is no dotted IPv4 address
     quint16 m_dynamicPort = 0;
     int m_selectedSuite = 1;
     quint16 m_mainPort = 6132;

@@ -82,6 +82,10 @@ void GVConnection::parseSourceDefinitionData(QByteArrayView datagram)
 void GVConnection::parseFrameInfo(QByteArrayView datagram)
 {
     const FrameInfo info = scanFrameInfo(datagram, m_logger);
+    // Every datagram is scanned; one merge queued for each of a burst would hold the event
+    // loop up for nothing. The fallback name follows a version found, so it comes along.
+    if (!info.version && !info.name)
+        return;
     queueInSession(this, m_session, [this, info] {
         if (info.version)
             setFrameVersion(*info.version);

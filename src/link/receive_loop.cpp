@@ -4,6 +4,7 @@
 #include "model/byte_reader.h"
 #include "wire_messages.h"
 
+#include <QElapsedTimer>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
@@ -43,11 +44,27 @@ void GVConnection::startReceiveTimer()
 
 void GVConnection::receiveTick()
 {
-    // The main socket first, then the listener; each emptied completely.
+    // The main socket first, then the listener; each emptied completely. A burst of thousands
+    // of datagrams is decoded in slices, the next one straight after the event loop has had a
+    // turn, so that the window keeps painting meanwhile.
+    constexpr qint64 sliceNs = 5'000'000;
+    QElapsedTimer busy;
+    busy.start();
     const std::pair<QPointer<UdpEndpoint>, QStringView> sockets[] = {
         {m_mainSocket, u"main"}, {m_listenerSocket, u"listener"}};
     for (const auto& [socket, label] : sockets) {
         while (socket) {
+            if (busy.nsecsElapsed() >= sliceNs) {
+                if (!m_receiveContinues) {
+                    m_receiveContinues = true;
+                    QTimer::singleShot(0, this, [this] {
+                        m_receiveContinues = false;
+                        if (m_receiveTimer)
+                            receiveTick();
+                    });
+                }
+                return;
+            }
             const std::optional<Datagram> datagram = readPendingDatagram(socket);
             if (!datagram)
                 break;

@@ -8,8 +8,11 @@ namespace quorvane {
 namespace {
 // Bursts of subscription data must not be dropped between two polls of the receive loop.
 constexpr int receiveBufferBytes = 1024 * 1024;
-// About what the 1 MiB receive buffer holds: beyond it, like the kernel, drop what comes.
-constexpr std::size_t mostQueued = 4096;
+// A burst of some ten thousand datagrams may wait here while it is decoded; beyond this many,
+// like the kernel, drop what comes.
+constexpr std::size_t mostQueued = 65536;
+// While a burst is decoded, the kernel's buffer is read on after every so many datagrams taken.
+constexpr int takesBetweenReads = 16;
 } // namespace
 
 UdpEndpoint::UdpEndpoint(QObject* parent)
@@ -44,6 +47,12 @@ std::optional<int> UdpEndpoint::send(const QByteArray& datagram, const QHostAddr
 
 std::optional<ReceivedDatagram> UdpEndpoint::take()
 {
+    // A long decode keeps the event loop from this socket, and the kernel's buffer would fill
+    // and drop what the frame sends meanwhile: read on while taking.
+    if (++m_takesSinceRead >= takesBetweenReads || m_queue.empty()) {
+        m_takesSinceRead = 0;
+        readPending();
+    }
     if (m_queue.empty())
         return std::nullopt;
     ReceivedDatagram datagram = std::move(m_queue.front());
@@ -53,21 +62,26 @@ std::optional<ReceivedDatagram> UdpEndpoint::take()
 
 void UdpEndpoint::readAll()
 {
+    if (readPending())
+        Q_EMIT datagramArrived();
+}
+
+bool UdpEndpoint::readPending()
+{
     bool arrived = false;
+    char buffer[largestDatagram];
     while (m_socket.hasPendingDatagrams()) {
         ReceivedDatagram datagram;
-        datagram.bytes.resize(largestDatagram);
-        const qint64 size = m_socket.readDatagram(datagram.bytes.data(), largestDatagram,
-                                                  &datagram.sender, &datagram.senderPort);
+        const qint64 size =
+            m_socket.readDatagram(buffer, largestDatagram, &datagram.sender, &datagram.senderPort);
         // An empty or failed read is the same as silence.
         if (size <= 0 || m_queue.size() >= mostQueued)
             continue;
-        datagram.bytes.truncate(size);
+        datagram.bytes = QByteArray(buffer, size);
         m_queue.push_back(std::move(datagram));
         arrived = true;
     }
-    if (arrived)
-        Q_EMIT datagramArrived();
+    return arrived;
 }
 
 } // namespace quorvane

@@ -46,9 +46,12 @@ Q_SIGNALS:
 private:
     explicit UdpEndpoint(QObject* parent);
     void readAll();
+    // Reads what the kernel holds into the queue; whether anything came.
+    bool readPending();
 
     QUdpSocket m_socket;
     std::deque<ReceivedDatagram> m_queue;
+    int m_takesSinceRead = 0;
 };
 
 } // namespace quorvane

@@ -11,12 +11,10 @@ using namespace Qt::StringLiterals;
 
 namespace quorvane {
 
-namespace {
-
-// Only the frame's dotted IPv4 address is usable: "10.1" or a name is refused, as the frame's
-// own tools would.
-std::optional<QHostAddress> dottedIPv4(const QString& host)
+std::optional<QHostAddress> GVConnection::dottedIPv4(const QString& host)
 {
+    // Only the frame's dotted IPv4 address is usable: "10.1" or a name is refused, as the
+    // frame's own tools would.
     QHostAddress address;
     if (host.count(u'.') != 3 || !address.setAddress(host) ||
         address.protocol() != QAbstractSocket::IPv4Protocol) {
@@ -24,7 +22,6 @@ std::optional<QHostAddress> dottedIPv4(const QString& host)
     }
     return address;
 }
-} // namespace
 
 UdpEndpoint* GVConnection::createUDPSocket(quint16 port)
 {
@@ -46,7 +43,7 @@ void GVConnection::closeSockets()
 
 void GVConnection::sendTo(UdpEndpoint* socket, const QByteArray& datagram, quint16 port)
 {
-    const std::optional<QHostAddress> address = dottedIPv4(m_targetHost);
+    const std::optional<QHostAddress>& address = m_targetAddress;
     std::optional<int> error = EBADF;
     if (socket && address)
         error = socket->send(datagram, *address, port);
@@ -62,7 +59,7 @@ void GVConnection::sendTo(UdpEndpoint* socket, const QByteArray& datagram, quint
 
 bool GVConnection::isFromFrame(const QHostAddress& sender)
 {
-    const std::optional<QHostAddress> frame = dottedIPv4(m_targetHost);
+    const std::optional<QHostAddress>& frame = m_targetAddress;
     if (frame && sender.isEqual(*frame, QHostAddress::ConvertV4MappedToIPv4))
         return true;
     // Someone else on the studio network must neither feed the grid nor keep the link alive.
