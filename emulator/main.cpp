@@ -9,6 +9,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QTime>
+#include <QTimer>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -80,6 +81,24 @@ QList<PanelButton> panelButtons(const QCommandLineParser& parser, const QString&
     return buttons;
 }
 
+// The `step`-th change of --churn: walks through shift rows 1 and 2 of every bus, giving each
+// button the next of the show's sources.
+void changeOnItsOwn(FrameEmulator& frame, int step)
+{
+    constexpr int buttonCount = 35;
+    constexpr int churnedRows = 2;
+    const auto& sources = frame.show().sources;
+    if (sources.empty())
+        return;
+    const int buttonsPerBus = churnedRows * buttonCount;
+    const int place = step % (int(quorvane::allBuses.size()) * buttonsPerBus);
+    const quorvane::Bus bus = quorvane::allBuses[std::size_t(place / buttonsPerBus)];
+    const int shift = 1 + (place % buttonsPerBus) / buttonCount;
+    const int button = 1 + place % buttonCount;
+    const int source = sources[std::size_t(step) % sources.size()].number;
+    frame.pushMappingChange(bus, buttonCount, shift, button, quint32(source));
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -126,6 +145,15 @@ int main(int argc, char* argv[])
          u"Go away at the n-th button subscription and come back --restart-down ms later."_s,
          u"n"_s},
         {u"restart-down"_s, u"How long a restart takes (default 500)."_s, u"ms"_s, u"500"_s},
+        {u"burst"_s,
+         u"Send this many button datagrams at once, --burst-after ms after the client's first "
+         u"button subscription."_s,
+         u"n"_s},
+        {u"burst-after"_s, u"When the burst leaves (default 1000)."_s, u"ms"_s, u"1000"_s},
+        {u"churn"_s,
+         u"Change a mapping on its own this often, as an operator at the panel would: shift rows "
+         u"1 and 2 of every bus at 35 buttons, in turn."_s,
+         u"ms"_s},
         {u"duplicate"_s, u"Send every datagram twice."_s},
         {u"stop-pings-after"_s, u"Stop answering PINGs this many seconds after start."_s,
          u"seconds"_s},
@@ -185,6 +213,25 @@ int main(int argc, char* argv[])
     const bool verbose = parser.isSet(u"verbose"_s);
 
     FrameEmulator frame(options);
+    if (parser.isSet(u"burst"_s)) {
+        const int burst = numberOption<int>(parser, u"burst"_s, 1, 10'000'000);
+        const int after = numberOption<int>(parser, u"burst-after"_s, 0, 600'000);
+        QObject::connect(&frame, &FrameEmulator::datagramReceived, &frame,
+                         [&frame, burst, after, armed = true](const ReceivedDatagram& d) mutable {
+                             if (!armed || d.message.kind != ClientMessageKind::buttonSubscription)
+                                 return;
+                             armed = false;
+                             QTimer::singleShot(after, &frame,
+                                                [&frame, burst] { frame.sendBurst(burst); });
+                         });
+    }
+    QTimer churn;
+    if (parser.isSet(u"churn"_s)) {
+        churn.setInterval(numberOption<int>(parser, u"churn"_s, 1, 600'000));
+        QObject::connect(&churn, &QTimer::timeout, &frame,
+                         [&frame, step = 0]() mutable { changeOnItsOwn(frame, step++); });
+        churn.start();
+    }
     QObject::connect(&frame, &FrameEmulator::activity, &printLine);
     if (verbose) {
         QObject::connect(&frame, &FrameEmulator::datagramReceived,
