@@ -21,7 +21,7 @@ class SandboxStrip;
 class ShortcutFilter;
 class SourcePickerDialog;
 
-// The main view: the connection panel, the bus tabs and Undo, the grid, the sandbox and the
+// The main view: the connection panel, the bus tabs, Undo and Redo, the grid, the sandbox and the
 // clipboard drop area, and the debug log. It owns the one connection and the editing model.
 class ContentView : public QWidget {
     Q_OBJECT
@@ -37,6 +37,7 @@ public:
     ConnectionPanel* connectionPanel() const { return m_panel; }
     QTabBar* busTabs() const { return m_busTabs; }
     QToolButton* undoButton() const { return m_undo; }
+    QToolButton* redoButton() const { return m_redo; }
     ButtonGridWidget* grid() const { return m_grid; }
     QScrollArea* gridScrollArea() const { return m_gridScroll; }
     SandboxStrip* sandbox() const { return m_sandbox; }
@@ -64,6 +65,7 @@ private:
     ConnectionPanel* m_panel;
     QTabBar* m_busTabs;
     QToolButton* m_undo;
+    QToolButton* m_redo;
     ButtonGridWidget* m_grid;
     QScrollArea* m_gridScroll;
     SandboxStrip* m_sandbox;
