@@ -1,5 +1,6 @@
 #include "content_view.h"
 
+#include "auto_reconnect.h"
 #include "button_grid_widget.h"
 #include "connection_panel.h"
 #include "debug_log_panel.h"
@@ -30,12 +31,13 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     , m_logger(logger)
     , m_connection(std::make_unique<GVConnection>(preferences, logger))
     , m_model(std::make_unique<EditingModel>(*m_connection))
+    , m_reconnect(std::make_unique<AutoReconnect>(*m_connection, preferences))
 {
     // The last frame that answered is the one the operator most likely wants again.
     if (!m_connection->savedHost().isEmpty())
         m_model->setIpAddress(m_connection->savedHost());
 
-    m_panel = new ConnectionPanel(*m_model, this);
+    m_panel = new ConnectionPanel(*m_model, *m_reconnect, this);
     m_busTabs = new QTabBar(this);
     for (Bus bus : allBuses)
         m_busTabs->addTab(busName(bus));

@@ -10,6 +10,7 @@ class QToolButton;
 
 namespace quorvane {
 
+class AutoReconnect;
 class ButtonGridWidget;
 class ClipboardDropArea;
 class ConnectionPanel;
@@ -32,6 +33,7 @@ public:
 
     GVConnection& connection() const { return *m_connection; }
     EditingModel& model() const { return *m_model; }
+    AutoReconnect& autoReconnect() const { return *m_reconnect; }
     DebugLogger& logger() const { return m_logger; }
 
     ConnectionPanel* connectionPanel() const { return m_panel; }
@@ -62,6 +64,7 @@ private:
     DebugLogger& m_logger;
     std::unique_ptr<GVConnection> m_connection;
     std::unique_ptr<EditingModel> m_model;
+    std::unique_ptr<AutoReconnect> m_reconnect;
     ConnectionPanel* m_panel;
     QTabBar* m_busTabs;
     QToolButton* m_undo;
