@@ -166,6 +166,9 @@ Q_SIGNALS:
     void hasLoadedAllBusesChanged();
     // The frame has answered for one or more buttons (see lastAnswer).
     void buttonsAnswered();
+    // The frame fell silent and the link was dropped: sent once disconnect has run, as the
+    // status text of the loss is already replaced by then.
+    void heartbeatTimedOut();
 
 private:
     using Datagram = ReceivedDatagram;

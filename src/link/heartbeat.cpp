@@ -108,9 +108,13 @@ void GVConnection::heartbeatTick()
             // Not from inside the timer's own tick: disconnect deletes the timer.
             QMetaObject::invokeMethod(
                 this,
-                [this] {
+                [this, session = m_session] {
+                    // A link ended by the user in the meantime was not lost.
+                    const bool lost = !session->cancelled;
                     setStatusMessage(u"Connection lost (heartbeat timeout)"_s);
                     disconnect();
+                    if (lost)
+                        Q_EMIT heartbeatTimedOut();
                 },
                 Qt::QueuedConnection);
             return;

@@ -307,9 +307,13 @@ void EditingModel::choosePickerSource(int source)
 
 void EditingModel::pickSource(int source)
 {
-    // A choice in the picker is a single deliberate edit, not a batch: it is not undoable.
-    if (m_pickerTarget)
-        writeButton(*m_pickerTarget, source);
+    // A choice in the picker is a single deliberate edit, not a batch: it is not undoable. It
+    // is a new edit all the same, after which an earlier undo is no longer redone.
+    if (!m_pickerTarget)
+        return;
+    if (m_undo.forgetRedo())
+        Q_EMIT undoHistoryChanged();
+    writeButton(*m_pickerTarget, source);
 }
 
 void EditingModel::dismissSourcePicker()
@@ -404,6 +408,9 @@ void EditingModel::runKeyOperation(KeyOperation operation)
         break;
     case KeyOperation::undo:
         undo();
+        break;
+    case KeyOperation::redo:
+        redo();
         break;
     case KeyOperation::toggleDebugLog:
         toggleDebugLog();

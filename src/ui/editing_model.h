@@ -32,8 +32,9 @@ class GVConnection;
 // shortcuts. The widgets only forward clicks, keys and drops here and paint what it reports.
 //
 // Every change of a button goes through the connection's writeMapping, one call per button,
-// and every batch except a choice in the source picker is recorded for undo first. Reads go
-// through mappingFor at the connection's button count and through its display-name rule.
+// and every batch except a choice in the source picker is recorded for undo first. An undo can
+// be redone until the next edit. Reads go through mappingFor at the connection's button count
+// and through its display-name rule.
 class EditingModel : public QObject {
     Q_OBJECT
 
@@ -87,10 +88,11 @@ public:
     // The grid's lengths at the zoom it is drawn at now.
     const GridMetrics& gridMetrics() const { return m_gridMetrics; }
 
-    // --- Clipboard, clear and undo -------------------------------------------------------
+    // --- Clipboard, clear, undo and redo ------------------------------------------------
     const InternalClipboard& clipboard() const { return m_clipboard; }
     const UndoHistory& undoHistory() const { return m_undo; }
     bool canUndo() const { return !m_undo.isEmpty(); }
+    bool canRedo() const { return m_undo.canRedo(); }
 
     void copySelection();
     // Pastes the clipboard once, from the smallest selected cell.
@@ -100,9 +102,13 @@ public:
     void clearSelection();
     // Removes the selected buttons from their row and closes the gap.
     void deleteAndClose();
+    // Writes back the newest batch's recorded states; what they replace can be redone.
     void undo();
+    // Takes back the newest undo: writes back what it replaced, which can be undone again.
+    void redo();
     // Records the present sources of `buttons` as one undoable batch; buttons without a
-    // mapping cannot be restored and are left out.
+    // mapping cannot be restored and are left out. A new batch cannot follow a redo history:
+    // that is emptied.
     void recordUndo(const QList<ButtonLocation>& buttons);
 
     // --- Drag and drop -------------------------------------------------------------------
@@ -196,6 +202,8 @@ Q_SIGNALS:
 private:
     bool isInShownGrid(int shift, int button) const;
     std::optional<qint64> sourceAt(Bus bus, int shift, int button) const;
+    // The buttons of `states` as they are now, where that is known; see redo.
+    UndoAction presentStates(const QList<ButtonState>& states) const;
     // One button to the frame, after checking it is one the panel has and a source the frame
     // can take.
     void writeButton(const ButtonLocation& location, qint64 source);

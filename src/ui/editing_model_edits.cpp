@@ -1,5 +1,5 @@
-// Copy and paste, clear, close-up delete and undo: the edits that change many buttons at once.
-// Each batch is recorded for undo before its first write.
+// Copy and paste, clear, close-up delete, undo and redo: the edits that change many buttons at
+// once. Each batch is recorded for undo before its first write.
 #include "editing_model.h"
 #include "grid_geometry.h"
 #include "link/gv_connection.h"
@@ -38,6 +38,26 @@ void EditingModel::writeButton(const ButtonLocation& location, qint64 source)
                               static_cast<int>(source));
 }
 
+UndoAction EditingModel::presentStates(const QList<ButtonState>& states) const
+{
+    UndoAction present;
+    for (const ButtonState& state : states) {
+        std::optional<qint64> source = sourceAt(state.bus, state.shift, state.button);
+        // A cleared button leaves the cache once the frame reports it back as 0: it is known
+        // to be unassigned, and 0 is what to write back. A button the frame has not answered
+        // for (or answered with no assignment at all) is unknown and is left out.
+        if (!source) {
+            const auto answer = m_connection.lastAnswer(state.bus, state.shift, state.button,
+                                                        m_connection.buttonCount());
+            if (answer && answer->source == 0)
+                source = 0;
+        }
+        if (source)
+            present.changes.append(ButtonState{state.bus, state.shift, state.button, *source});
+    }
+    return present;
+}
+
 void EditingModel::recordUndo(const QList<ButtonLocation>& buttons)
 {
     UndoAction action;
@@ -45,7 +65,8 @@ void EditingModel::recordUndo(const QList<ButtonLocation>& buttons)
         if (const std::optional<qint64> source = sourceAt(button.bus, button.shift, button.button))
             action.changes.append(ButtonState{button.bus, button.shift, button.button, *source});
     }
-    if (m_undo.record(std::move(action)))
+    const bool couldRedo = m_undo.canRedo();
+    if (m_undo.record(std::move(action)) || couldRedo)
         Q_EMIT undoHistoryChanged();
 }
 
@@ -146,9 +167,24 @@ void EditingModel::undo()
     const std::optional<UndoAction> action = m_undo.takeNewest();
     if (!action)
         return;
+    // What the batch left on these buttons, read before it is overwritten: a redo writes it
+    // back. Buttons the batch changed but the undo cannot restore keep the batch's sources
+    // anyway, so the redo has nothing to write to them.
+    m_undo.keepForRedo(presentStates(action->changes));
     Q_EMIT undoHistoryChanged();
     // Each state names its own bus: an undo restores the bus the batch changed, whichever is
     // shown now.
+    for (const ButtonState& state : action->changes)
+        writeButton({state.bus, state.shift, state.button}, state.source);
+}
+
+void EditingModel::redo()
+{
+    const std::optional<UndoAction> action = m_undo.takeNewestRedo();
+    if (!action)
+        return;
+    m_undo.keepForUndo(presentStates(action->changes));
+    Q_EMIT undoHistoryChanged();
     for (const ButtonState& state : action->changes)
         writeButton({state.bus, state.shift, state.button}, state.source);
 }

@@ -34,8 +34,9 @@ KeyDecision decideKey(Qt::Key key, Qt::KeyboardModifiers modifiers, const KeyCon
                    ? run(KeyOperation::pasteToSelection)
                    : passOn;
     case Qt::Key_Z:
-        // Swallowed even with nothing to undo, so the focused control never undoes instead.
-        return run(KeyOperation::undo);
+        // Swallowed even with nothing to undo or redo, so the focused control never undoes
+        // instead.
+        return run(modifiers.testFlag(Qt::ShiftModifier) ? KeyOperation::redo : KeyOperation::undo);
     case Qt::Key_L:
         return run(KeyOperation::toggleDebugLog);
     default:

@@ -12,6 +12,7 @@ enum class KeyOperation {
     copySelection,
     pasteToSelection,
     undo,
+    redo,
     toggleDebugLog,
 };
 
@@ -31,7 +32,8 @@ struct KeyDecision {
 
 // The main window's shortcuts, seen before the focused control whatever has the focus; the
 // first rule that matches decides. Command is Qt's Control modifier (the Command key on macOS).
-// Only the modifier a rule names is looked at, so Command-Shift-C copies as Command-C does.
+// Only the modifier a rule names is looked at, so Command-Shift-C copies as Command-C does;
+// Z alone tells Command-Shift-Z (redo) from Command-Z (undo).
 KeyDecision decideKey(Qt::Key key, Qt::KeyboardModifiers modifiers, const KeyContext& context);
 
 // The frame address field takes typed text only: Command with V, C or X is refused there

@@ -4,21 +4,57 @@
 
 namespace quorvane {
 
-bool UndoHistory::record(UndoAction action)
+namespace {
+bool pushBounded(QList<UndoAction>& actions, UndoAction action)
 {
     if (action.changes.isEmpty())
         return false;
-    m_actions.append(std::move(action));
-    while (m_actions.size() > depth)
-        m_actions.removeFirst();
+    actions.append(std::move(action));
+    while (actions.size() > UndoHistory::depth)
+        actions.removeFirst();
     return true;
+}
+
+std::optional<UndoAction> takeLast(QList<UndoAction>& actions)
+{
+    if (actions.isEmpty())
+        return std::nullopt;
+    return actions.takeLast();
+}
+} // namespace
+
+bool UndoHistory::record(UndoAction action)
+{
+    forgetRedo();
+    return pushBounded(m_actions, std::move(action));
 }
 
 std::optional<UndoAction> UndoHistory::takeNewest()
 {
-    if (m_actions.isEmpty())
-        return std::nullopt;
-    return m_actions.takeLast();
+    return takeLast(m_actions);
+}
+
+bool UndoHistory::keepForRedo(UndoAction action)
+{
+    return pushBounded(m_redoActions, std::move(action));
+}
+
+std::optional<UndoAction> UndoHistory::takeNewestRedo()
+{
+    return takeLast(m_redoActions);
+}
+
+bool UndoHistory::keepForUndo(UndoAction action)
+{
+    return pushBounded(m_actions, std::move(action));
+}
+
+bool UndoHistory::forgetRedo()
+{
+    if (m_redoActions.isEmpty())
+        return false;
+    m_redoActions.clear();
+    return true;
 }
 
 } // namespace quorvane

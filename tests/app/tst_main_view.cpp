@@ -180,7 +180,7 @@ private Q_SLOTS:
         QCOMPARE(desk.frame.mapping(Bus::pgm, 35, 1, 34), before);
     }
 
-    void pasteARowThenUndoItOnTheDemoFrame()
+    void pasteARowThenUndoAndRedoItOnTheDemoFrame()
     {
         // As `quorvane --demo` starts: the built-in frame, the address pointed at it.
         Desk desk;
@@ -226,6 +226,19 @@ private Q_SLOTS:
         }
         QTRY_COMPARE(frameRow(3), restored);
         QVERIFY(!desk.view.undoButton()->isEnabled());
+
+        // Redo, by its key and by its button, takes the undo back.
+        QToolButton* redo = desk.view.redoButton();
+        QVERIFY(redo->isEnabled());
+        QTest::keyClick(focus, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+        QTRY_COMPARE(frameRow(3), row1);
+        QVERIFY(!redo->isEnabled());
+        QVERIFY(desk.view.undoButton()->isEnabled());
+        QTest::keyClick(focus, Qt::Key_Z, Qt::ControlModifier);
+        QTRY_COMPARE(frameRow(3), restored);
+        QTest::mouseClick(redo, Qt::LeftButton);
+        QTRY_COMPARE(frameRow(3), row1);
+        QVERIFY(!redo->isEnabled());
     }
 };
 

@@ -205,6 +205,10 @@ private Q_SLOTS:
         QObject::connect(link.connection.get(), &GVConnection::statusMessageChanged,
                          link.connection.get(),
                          [&] { statuses.append(link.connection->statusMessage()); });
+        QList<ConnectionState> statesWhenLost;
+        QObject::connect(link.connection.get(), &GVConnection::heartbeatTimedOut,
+                         link.connection.get(),
+                         [&] { statesWhenLost.append(link.connection->connectionState()); });
         QElapsedTimer clock;
         clock.start();
         link.frame.setAnsweringPings(false);
@@ -220,6 +224,8 @@ private Q_SLOTS:
         QCOMPARE(link.connection->isConnected(), false);
         QVERIFY(link.connection->mappings().isEmpty());
         QCOMPARE(link.connection->mainSock(), -1);
+        // Told once, when the link is already down.
+        QCOMPARE(statesWhenLost, QList<ConnectionState>({ConnectionState::idle}));
     }
 
     void aSilentFrameIsNotJudgedWhileLoading()

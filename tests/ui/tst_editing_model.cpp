@@ -60,6 +60,7 @@ private Q_SLOTS:
         QCOMPARE(model.dragClickOffset(), QPointF(0, 0));
         QVERIFY(model.undoHistory().isEmpty());
         QVERIFY(!model.canUndo());
+        QVERIFY(!model.canRedo());
         QVERIFY(model.clipboard().isEmpty());
         QCOMPARE(model.clipboard().copiedVertically, false);
     }
@@ -707,6 +708,38 @@ private Q_SLOTS:
         QVERIFY(model.undoHistory().isEmpty());
         QCOMPARE(model.currentDragInfo(), std::nullopt);
         QVERIFY(!loggedMessages(editing.logger).join(u'\n').contains(u"writeMapping"_s));
+    }
+
+    void anUndoKeepsForRedoOnlyWhatIsKnownOfItsButtons()
+    {
+        OfflineEditing editing;
+        editing.feed(Bus::pgm, {{1, 1, 11}, {1, 2, 12}, {1, 3, 13}});
+        EditingModel& model = editing.model;
+        model.recordUndo({{Bus::pgm, 1, 1}, {Bus::pgm, 1, 2}, {Bus::pgm, 1, 3}});
+        // What was read since: the link went and came back, and the frame has reported button
+        // 1 unassigned and button 2 with another source, but nothing of button 3.
+        editing.connection.disconnect();
+        editing.feed(Bus::pgm, {{1, 1, 0}, {1, 2, 22}});
+        QCOMPARE(editing.connection.mappingFor(Bus::pgm, 1, 1, 35), std::nullopt);
+
+        model.undo();
+        QVERIFY(model.canRedo());
+        QCOMPARE(model.undoHistory().redoActions().last().changes,
+                 QList<ButtonState>({{Bus::pgm, 1, 1, 0}, {Bus::pgm, 1, 2, 22}}));
+    }
+
+    void anUndoOfButtonsAllUnknownLeavesNothingToRedo()
+    {
+        OfflineEditing editing;
+        editing.feed(Bus::pgm, {{2, 5, 25}});
+        EditingModel& model = editing.model;
+        model.recordUndo({{Bus::pgm, 2, 5}});
+        editing.connection.disconnect();
+        QSignalSpy history(&model, &EditingModel::undoHistoryChanged);
+        model.undo();
+        QVERIFY(!model.canUndo());
+        QVERIFY(!model.canRedo());
+        QCOMPARE(history.count(), 1);
     }
 
     void aDropOnTheClipboardAreaFillsTheClipboard()

@@ -93,9 +93,23 @@ private Q_SLOTS:
     void commandZUndoesAlways()
     {
         QCOMPARE(decideKey(Qt::Key_Z, command, context(false)), swallowed(KeyOperation::undo));
-        QCOMPARE(decideKey(Qt::Key_Z, command | shift, context(true, true, true)),
+        QCOMPARE(decideKey(Qt::Key_Z, command, context(true, true, true)),
+                 swallowed(KeyOperation::undo));
+        QCOMPARE(decideKey(Qt::Key_Z, command | Qt::AltModifier, context(true)),
                  swallowed(KeyOperation::undo));
         QCOMPARE(decideKey(Qt::Key_Z, none, context(true)), passOn);
+    }
+
+    void commandShiftZRedoesAlways()
+    {
+        // Shift decides between the two, whatever else is held or selected.
+        QCOMPARE(decideKey(Qt::Key_Z, command | shift, context(false)),
+                 swallowed(KeyOperation::redo));
+        QCOMPARE(decideKey(Qt::Key_Z, command | shift, context(true, true, true)),
+                 swallowed(KeyOperation::redo));
+        QCOMPARE(decideKey(Qt::Key_Z, command | shift | Qt::AltModifier, context(true)),
+                 swallowed(KeyOperation::redo));
+        QCOMPARE(decideKey(Qt::Key_Z, shift, context(true)), passOn);
     }
 
     void commandLTogglesTheLog()

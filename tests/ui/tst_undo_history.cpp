@@ -1,4 +1,5 @@
-// The undo history's depth, and the arithmetic of paste targets and of closing up a row.
+// The undo and redo histories and their depth, and the arithmetic of paste targets and of closing
+// up a row.
 #include "clipboard.h"
 #include "undo_history.h"
 
@@ -50,6 +51,69 @@ private Q_SLOTS:
             QCOMPARE(history.takeNewest()->changes.first().source, expected);
         QCOMPARE(undone, 50);
         QCOMPARE(history.takeNewest().has_value(), false);
+    }
+
+    void anUndoneActionCanBeRedoneAndUndoneAgain()
+    {
+        UndoHistory history;
+        history.record(actionFor(1));
+        history.record(actionFor(2));
+        QVERIFY(!history.canRedo());
+        QCOMPARE(history.takeNewest()->changes.first().source, 2);
+        QVERIFY(history.keepForRedo(actionFor(20)));
+        QCOMPARE(history.takeNewest()->changes.first().source, 1);
+        QVERIFY(history.keepForRedo(actionFor(10)));
+        QCOMPARE(history.redoActions().size(), 2);
+
+        // The newest undo is redone first; what a redo replaced is undoable again, and the
+        // rest of the redo history stays.
+        QCOMPARE(history.takeNewestRedo()->changes.first().source, 10);
+        QVERIFY(history.keepForUndo(actionFor(1)));
+        QVERIFY(history.canRedo());
+        QCOMPARE(history.takeNewest()->changes.first().source, 1);
+        QVERIFY(history.keepForRedo(actionFor(10)));
+        QCOMPARE(history.takeNewestRedo()->changes.first().source, 10);
+        QCOMPARE(history.takeNewestRedo()->changes.first().source, 20);
+        QCOMPARE(history.takeNewestRedo().has_value(), false);
+        QVERIFY(!history.keepForRedo(UndoAction{}));
+        QVERIFY(!history.canRedo());
+    }
+
+    void aNewBatchEmptiesTheRedoHistory()
+    {
+        UndoHistory history;
+        history.record(actionFor(1));
+        history.takeNewest();
+        history.keepForRedo(actionFor(10));
+        QVERIFY(history.record(actionFor(2)));
+        QVERIFY(!history.canRedo());
+        QCOMPARE(history.size(), 1);
+
+        // Also a batch with nothing to undo: what was undone before it is stale all the same.
+        history.takeNewest();
+        history.keepForRedo(actionFor(20));
+        QVERIFY(!history.record(UndoAction{}));
+        QVERIFY(!history.canRedo());
+        QVERIFY(history.isEmpty());
+
+        history.keepForRedo(actionFor(30));
+        QVERIFY(history.forgetRedo());
+        QVERIFY(!history.forgetRedo());
+    }
+
+    void keepsTheNewestFiftyRedos()
+    {
+        UndoHistory history;
+        for (int undone = 1; undone <= 60; ++undone)
+            history.keepForRedo(actionFor(undone));
+        QCOMPARE(history.redoActions().size(), 50);
+        QCOMPARE(history.redoActions().first().changes.first().source, 11);
+        for (int redone = 1; redone <= 60; ++redone)
+            history.keepForUndo(actionFor(redone));
+        QCOMPARE(history.size(), 50);
+        QCOMPARE(history.actions().first().changes.first().source, 11);
+        // Redone batches are undoable again without emptying the redo history.
+        QCOMPARE(history.redoActions().size(), 50);
     }
 
     void rowPasteStopsAtTheRowsEnd()

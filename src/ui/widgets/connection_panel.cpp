@@ -1,5 +1,6 @@
 #include "connection_panel.h"
 
+#include "auto_reconnect.h"
 #include "connection_panel_rules.h"
 #include "editing_model.h"
 #include "link/gv_connection.h"
@@ -23,15 +24,17 @@ namespace {
 constexpr int progressSteps = 100;
 } // namespace
 
-ConnectionPanel::ConnectionPanel(EditingModel& model, QWidget* parent)
+ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, QWidget* parent)
     : QWidget(parent)
     , m_model(model)
     , m_connection(model.connection())
+    , m_reconnect(reconnect)
     , m_address(new NoPasteLineEdit(this))
     , m_suite(new QComboBox(this))
     , m_buttonCount(new QComboBox(this))
     , m_connect(new QPushButton(this))
     , m_debugLog(new QCheckBox(u"Debug Log"_s, this))
+    , m_reconnectOption(new QCheckBox(u"Reconnect automatically"_s, this))
     , m_state(new QLabel(this))
     , m_progress(new QProgressBar(this))
     , m_status(new QLabel(this))
@@ -39,6 +42,7 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, QWidget* parent)
     , m_heartbeat(new QLabel(u"●"_s, this))
     , m_allBuses(new QLabel(u"All buses loaded"_s, this))
     , m_frameNote(new QLabel(this))
+    , m_stopReconnect(new QPushButton(u"Cancel"_s, this))
 {
     m_address->setPlaceholderText(u"IP Address"_s);
     m_address->setMinimumWidth(140);
@@ -54,6 +58,9 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, QWidget* parent)
     m_heartbeat->setToolTip(u"Heartbeat: lights up with every answer of the frame"_s);
     m_frameNote->setStyleSheet(u"color: #f5c542;"_s);
     m_frameNote->hide();
+    m_reconnectOption->setToolTip(u"When the frame stops answering, connect to it again after 2, "
+                                  u"4, 8 and 16 seconds, then every 30 seconds"_s);
+    m_stopReconnect->setToolTip(u"Stop reconnecting"_s);
 
     auto* controls = new QHBoxLayout;
     controls->addWidget(new QLabel(u"GV Frame IP:"_s, this));
@@ -63,13 +70,16 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, QWidget* parent)
     controls->addWidget(m_buttonCount);
     controls->addWidget(m_connect);
     controls->addStretch();
+    controls->addWidget(m_reconnectOption);
     controls->addWidget(m_debugLog);
 
     auto* status = new QHBoxLayout;
     status->addWidget(m_heartbeat);
     status->addWidget(m_state);
     status->addWidget(m_progress);
-    status->addWidget(m_status, 1);
+    status->addWidget(m_status);
+    status->addWidget(m_stopReconnect);
+    status->addStretch(1);
     status->addWidget(m_frame);
     status->addWidget(m_allBuses);
 
@@ -89,6 +99,13 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, QWidget* parent)
         m_model.setSelectedButtonCount(m_buttonCount->currentData().toInt());
     });
     QObject::connect(m_debugLog, &QCheckBox::toggled, &m_model, &EditingModel::setShowDebugLog);
+    QObject::connect(m_reconnectOption, &QCheckBox::toggled, &m_reconnect,
+                     &AutoReconnect::setEnabled);
+    QObject::connect(&m_reconnect, &AutoReconnect::enabledChanged, this,
+                     &ConnectionPanel::showChoices);
+    QObject::connect(m_stopReconnect, &QPushButton::clicked, &m_reconnect, &AutoReconnect::stop);
+    QObject::connect(&m_reconnect, &AutoReconnect::progressChanged, this,
+                     &ConnectionPanel::showConnectionState);
     for (auto changed :
          {&EditingModel::ipAddressChanged, &EditingModel::selectedSuiteChanged,
           &EditingModel::selectedButtonCountChanged, &EditingModel::showDebugLogChanged}) {
@@ -119,6 +136,8 @@ void ConnectionPanel::showChoices()
     m_buttonCount->setCurrentIndex(m_buttonCount->findData(m_model.selectedButtonCount()));
     const QSignalBlocker quiet(m_debugLog);
     m_debugLog->setChecked(m_model.showDebugLog());
+    const QSignalBlocker quietReconnect(m_reconnectOption);
+    m_reconnectOption->setChecked(m_reconnect.isEnabled());
 }
 
 void ConnectionPanel::setFrameNote(const QString& note)
@@ -129,6 +148,7 @@ void ConnectionPanel::setFrameNote(const QString& note)
 
 void ConnectionPanel::pressConnectButton()
 {
+    m_reconnect.stop();
     switch (connectButtonAction(m_connection.isConnected(), m_connection.connectionState())) {
     case ConnectAction::disconnect:
         m_connection.disconnect();
@@ -151,7 +171,10 @@ void ConnectionPanel::showConnectionState()
     const bool settingUp = state != ConnectionState::idle && state != ConnectionState::connected;
     m_progress->setVisible(settingUp);
     m_progress->setValue(int(m_connection.connectionProgress() * progressSteps));
-    m_status->setText(statusLineMessage(state, m_connection.statusMessage()));
+    const QString countdown = m_reconnect.countdownText();
+    m_status->setText(countdown.isEmpty() ? statusLineMessage(state, m_connection.statusMessage())
+                                          : countdown);
+    m_stopReconnect->setVisible(m_reconnect.isCountingDown());
     const QString frame =
         QString(m_connection.frameName() + u' ' + m_connection.frameVersion()).trimmed();
     m_frame->setText(frame);

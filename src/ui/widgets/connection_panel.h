@@ -10,23 +10,27 @@ class QPushButton;
 
 namespace quorvane {
 
+class AutoReconnect;
 class EditingModel;
 class GVConnection;
 class NoPasteLineEdit;
 
 // The top of the main window: frame address, suite and button count, the connect button, the
-// debug log toggle, and what the connection is doing.
+// options to reconnect automatically and to show the debug log, and what the connection is
+// doing, or how long until it is tried again.
 class ConnectionPanel : public QWidget {
     Q_OBJECT
 
 public:
-    // The panel's choices live in `model`; the panel shows and edits them.
-    ConnectionPanel(EditingModel& model, QWidget* parent = nullptr);
+    // The panel's choices live in `model`; the panel shows and edits them. `reconnect` follows
+    // the same connection.
+    ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, QWidget* parent = nullptr);
 
     // A line under the controls that says where the frame is, e.g. the built-in demo frame.
     void setFrameNote(const QString& note);
 
-    // What a press of the connect button does: connect, cancel the set-up, or disconnect.
+    // What a press of the connect button does: connect, cancel the set-up, or disconnect. The
+    // user takes over from an automatic reconnect either way.
     void pressConnectButton();
 
     NoPasteLineEdit* addressField() const { return m_address; }
@@ -34,6 +38,9 @@ public:
     QComboBox* suiteChoice() const { return m_suite; }
     QComboBox* buttonCountChoice() const { return m_buttonCount; }
     QCheckBox* debugLogToggle() const { return m_debugLog; }
+    QCheckBox* reconnectToggle() const { return m_reconnectOption; }
+    // Shown while counting down to an automatic reconnect: stops it.
+    QPushButton* stopReconnectButton() const { return m_stopReconnect; }
     QLabel* stateLabel() const { return m_state; }
     QLabel* statusLabel() const { return m_status; }
     QLabel* frameLabel() const { return m_frame; }
@@ -48,11 +55,13 @@ private:
 
     EditingModel& m_model;
     GVConnection& m_connection;
+    AutoReconnect& m_reconnect;
     NoPasteLineEdit* m_address;
     QComboBox* m_suite;
     QComboBox* m_buttonCount;
     QPushButton* m_connect;
     QCheckBox* m_debugLog;
+    QCheckBox* m_reconnectOption;
     QLabel* m_state;
     QProgressBar* m_progress;
     QLabel* m_status;
@@ -60,6 +69,7 @@ private:
     QLabel* m_heartbeat;
     QLabel* m_allBuses;
     QLabel* m_frameNote;
+    QPushButton* m_stopReconnect;
 };
 
 } // namespace quorvane

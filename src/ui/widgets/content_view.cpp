@@ -1,5 +1,6 @@
 #include "content_view.h"
 
+#include "auto_reconnect.h"
 #include "button_grid_widget.h"
 #include "connection_panel.h"
 #include "debug_log_panel.h"
@@ -30,12 +31,13 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     , m_logger(logger)
     , m_connection(std::make_unique<GVConnection>(preferences, logger))
     , m_model(std::make_unique<EditingModel>(*m_connection))
+    , m_reconnect(std::make_unique<AutoReconnect>(*m_connection, preferences))
 {
     // The last frame that answered is the one the operator most likely wants again.
     if (!m_connection->savedHost().isEmpty())
         m_model->setIpAddress(m_connection->savedHost());
 
-    m_panel = new ConnectionPanel(*m_model, this);
+    m_panel = new ConnectionPanel(*m_model, *m_reconnect, this);
     m_busTabs = new QTabBar(this);
     for (Bus bus : allBuses)
         m_busTabs->addTab(busName(bus));
@@ -45,6 +47,12 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     m_undo->setText(u"Undo"_s);
     m_undo->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_undo->setToolTip(u"Undo the last change (⌘Z)"_s);
+    m_redo = new QToolButton(this);
+    m_redo->setIcon(
+        QIcon::fromTheme(u"edit-redo"_s, style()->standardIcon(QStyle::SP_ArrowForward)));
+    m_redo->setText(u"Redo"_s);
+    m_redo->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    m_redo->setToolTip(u"Redo the last undone change (⇧⌘Z)"_s);
 
     m_model->setZoom(GridZoom::fromSetting(m_preferences.value(zoomKey).toString()));
     m_grid = new ButtonGridWidget(*m_model, this);
@@ -70,6 +78,7 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     busRow->addWidget(m_busTabs);
     busRow->addStretch();
     busRow->addWidget(m_undo);
+    busRow->addWidget(m_redo);
     auto* sandboxRow = new QHBoxLayout;
     sandboxRow->addWidget(sandboxScroll, 1);
     sandboxRow->addWidget(m_clipboardArea);
@@ -109,7 +118,11 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
         m_preferences.setValue(zoomKey.toString(), m_model->zoom().toSetting());
     });
     QObject::connect(m_undo, &QToolButton::clicked, m_model.get(), &EditingModel::undo);
-    auto showUndo = [this] { m_undo->setEnabled(m_model->canUndo()); };
+    QObject::connect(m_redo, &QToolButton::clicked, m_model.get(), &EditingModel::redo);
+    auto showUndo = [this] {
+        m_undo->setEnabled(m_model->canUndo());
+        m_redo->setEnabled(m_model->canRedo());
+    };
     QObject::connect(m_model.get(), &EditingModel::undoHistoryChanged, this, showUndo);
     auto showLog = [this] { m_debugLog->setVisible(m_model->showDebugLog()); };
     QObject::connect(m_model.get(), &EditingModel::showDebugLogChanged, this, showLog);

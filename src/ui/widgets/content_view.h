@@ -10,6 +10,7 @@ class QToolButton;
 
 namespace quorvane {
 
+class AutoReconnect;
 class ButtonGridWidget;
 class ClipboardDropArea;
 class ConnectionPanel;
@@ -21,7 +22,7 @@ class SandboxStrip;
 class ShortcutFilter;
 class SourcePickerDialog;
 
-// The main view: the connection panel, the bus tabs and Undo, the grid, the sandbox and the
+// The main view: the connection panel, the bus tabs, Undo and Redo, the grid, the sandbox and the
 // clipboard drop area, and the debug log. It owns the one connection and the editing model.
 class ContentView : public QWidget {
     Q_OBJECT
@@ -32,11 +33,13 @@ public:
 
     GVConnection& connection() const { return *m_connection; }
     EditingModel& model() const { return *m_model; }
+    AutoReconnect& autoReconnect() const { return *m_reconnect; }
     DebugLogger& logger() const { return m_logger; }
 
     ConnectionPanel* connectionPanel() const { return m_panel; }
     QTabBar* busTabs() const { return m_busTabs; }
     QToolButton* undoButton() const { return m_undo; }
+    QToolButton* redoButton() const { return m_redo; }
     ButtonGridWidget* grid() const { return m_grid; }
     QScrollArea* gridScrollArea() const { return m_gridScroll; }
     SandboxStrip* sandbox() const { return m_sandbox; }
@@ -61,9 +64,11 @@ private:
     DebugLogger& m_logger;
     std::unique_ptr<GVConnection> m_connection;
     std::unique_ptr<EditingModel> m_model;
+    std::unique_ptr<AutoReconnect> m_reconnect;
     ConnectionPanel* m_panel;
     QTabBar* m_busTabs;
     QToolButton* m_undo;
+    QToolButton* m_redo;
     ButtonGridWidget* m_grid;
     QScrollArea* m_gridScroll;
     SandboxStrip* m_sandbox;
