@@ -19,6 +19,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QHash>
 #include <QProcess>
@@ -52,14 +53,17 @@ qint64 residentKb()
     return match.hasMatch() ? match.captured(1).toLongLong() : -1;
 }
 
+// Runs the event loop, asleep between events, until `done` or `ms` have passed.
 bool runUntil(const std::function<bool()>& done, int ms)
 {
     QElapsedTimer waited;
     waited.start();
+    QTimer wake; // so that the time limit is looked at while nothing else happens
+    wake.start(50);
     while (!done()) {
         if (waited.elapsed() >= ms)
             return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     return true;
 }
@@ -121,7 +125,9 @@ private:
 // The client's edit for the `step`-th second, on PGM's shift rows 3 and 4.
 void edit(EditingModel& model, int step, const QList<int>& sources)
 {
-    const int button = 1 + (step / 4) % buttonCount;
+    // The last four buttons of a row select their whole column, shift rows 1 and 2 included.
+    constexpr int editedButtons = buttonCount - 4;
+    const int button = 1 + (step / 4) % editedButtons;
     switch (step % 4) {
     case 0: // a source picked for one button
         model.doubleTap(3, button);
@@ -231,23 +237,21 @@ int main(int argc, char** argv)
             edit(model, step++, sources);
     });
     edits.start(editMs);
-    QElapsedTimer clock;
-    clock.start();
-    const qint64 runMs = qint64(minutes * 60'000);
-    qint64 nextReport = 60'000;
-    while (clock.elapsed() < runMs) {
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 200);
-        if (clock.elapsed() >= nextReport) {
-            std::printf("  %3lld min: %lld kB, %lld writes, %lld not received yet, %lld "
-                        "heartbeat time-outs\n",
-                        static_cast<long long>(nextReport / 60'000),
-                        static_cast<long long>(residentKb()), static_cast<long long>(ledger.sent()),
-                        static_cast<long long>(ledger.lost()),
-                        static_cast<long long>(heartbeatTimeouts));
-            std::fflush(stdout);
-            nextReport += 60'000;
-        }
-    }
+    int minute = 0;
+    QTimer report;
+    QObject::connect(&report, &QTimer::timeout, &report, [&] {
+        std::printf("  %3d min: %lld kB, %lld writes, %lld not received yet, %lld heartbeat "
+                    "time-outs\n",
+                    ++minute, static_cast<long long>(residentKb()),
+                    static_cast<long long>(ledger.sent()), static_cast<long long>(ledger.lost()),
+                    static_cast<long long>(heartbeatTimeouts));
+        std::fflush(stdout);
+    });
+    report.start(60'000);
+    QEventLoop session;
+    QTimer::singleShot(std::chrono::milliseconds(qint64(minutes * 60'000)), &session,
+                       &QEventLoop::quit);
+    session.exec();
     edits.stop();
     const double stall = probe.longestStallMs();
     runUntil([&] { return ledger.lost() == 0; }, settleMs);

@@ -110,10 +110,13 @@ Exit codes:
      Interrupted by Ctrl+C (SIGINT) or SIGTERM: the link was closed, and a dump left an earlier
      FILE as it was. A second Ctrl+C ends the program at once.
 
-Example, a backup now and a restore later:
+Examples, a backup before the show and a restore after it:
   quorvane-cli dump --host 192.168.1.20 --suite 2 -o studio-a.json
+               Every bus of the panel of suite 2, into studio-a.json.
   quorvane-cli diff studio-a.json --host 192.168.1.20
-  quorvane-cli apply studio-a.json --host 192.168.1.20)"_s;
+               What was changed on the panel since.
+  quorvane-cli apply studio-a.json --host 192.168.1.20
+               Every changed button put back as it was.)"_s;
 }
 
 } // namespace quorvane::cli
