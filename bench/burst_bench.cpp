@@ -6,6 +6,7 @@
 // Targets: 0 lost, drained within 1 s, no stall over 16 ms.
 #include "diagnostics/debug_logger.h"
 #include "link/gv_connection.h"
+#include "run_until.h"
 #include "stall_probe.h"
 
 #include <QCoreApplication>
@@ -17,25 +18,13 @@
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
+using quorvane::bench::runUntil;
 using quorvane::bench::StallProbe;
 
 namespace {
 
 constexpr int burst = 10'000;
 constexpr int quietMs = 1'000; // no more answers for this long: the burst is over
-
-// Runs the event loop until `done` or `ms` have passed.
-bool runUntil(const std::function<bool()>& done, int ms)
-{
-    QElapsedTimer waited;
-    waited.start();
-    while (!done()) {
-        if (waited.elapsed() >= ms)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return true;
-}
 
 } // namespace
 

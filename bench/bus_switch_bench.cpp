@@ -9,6 +9,7 @@
 #include "frame_emulator.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
+#include "run_until.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -23,24 +24,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
-
-namespace {
-
-// Runs the event loop as the program's own would, until `done` or `ms` have passed. (QTest's
-// waiting sleeps 10 ms between turns of the loop, which the stall probe would count.)
-bool waitFor(const std::function<bool()>& done, int ms)
-{
-    QElapsedTimer waited;
-    waited.start();
-    while (!done()) {
-        if (waited.elapsed() >= ms)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return true;
-}
-
-} // namespace
+using quorvane::bench::runUntil;
 
 int main(int argc, char** argv)
 {
@@ -65,8 +49,8 @@ int main(int argc, char** argv)
     view.model().setIpAddress(u"127.0.0.1"_s);
 
     view.connectionPanel()->pressConnectButton();
-    if (!waitFor([&] { return connection.connectionState() == ConnectionState::connected; },
-                 30'000)) {
+    if (!runUntil([&] { return connection.connectionState() == ConnectionState::connected; },
+                  30'000)) {
         std::fprintf(stderr, "did not connect: %s\n", qPrintable(connection.statusMessage()));
         return 1;
     }
@@ -78,7 +62,7 @@ int main(int argc, char** argv)
             .center();
     };
     QTest::mouseClick(tabs, Qt::LeftButton, Qt::NoModifier, tabCentre(Bus::me2));
-    if (!waitFor([&] { return !connection.isLoading(); }, 15'000))
+    if (!runUntil([&] { return !connection.isLoading(); }, 15'000))
         return 1;
 
     std::vector<double> switches;

@@ -12,6 +12,7 @@
 #include "frame_emulator.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
+#include "run_until.h"
 #include "stall_probe.h"
 
 #include <QApplication>
@@ -24,6 +25,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
+using quorvane::bench::runUntil;
 using quorvane::bench::StallProbe;
 
 namespace {
@@ -34,20 +36,6 @@ struct Worst {
     double ratio = 0;
     double stall = 0;
 };
-
-// Runs the event loop as the program's own does until `connection` is connected. (QTest's
-// waiting sleeps 10 ms between turns of the loop, which the probe would count as stalls.)
-bool untilConnected(const GVConnection& connection, int ms)
-{
-    QElapsedTimer waited;
-    waited.start();
-    while (connection.connectionState() != ConnectionState::connected) {
-        if (waited.elapsed() >= ms)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return true;
-}
 
 // Measures `runs` connects: `connect` starts one and returns the connection that runs it.
 bool measure(const char* title, const std::function<GVConnection&()>& connect, Worst& worst)
@@ -60,7 +48,8 @@ bool measure(const char* title, const std::function<GVConnection&()>& connect, W
         QElapsedTimer wall;
         wall.start();
         GVConnection& connection = connect();
-        if (!untilConnected(connection, 30'000)) {
+        if (!runUntil([&] { return connection.connectionState() == ConnectionState::connected; },
+                      30'000)) {
             std::fprintf(stderr, "run %d did not connect: %s\n", run,
                          qPrintable(connection.statusMessage()));
             return false;

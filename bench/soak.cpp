@@ -13,12 +13,12 @@
 #include "diagnostics/debug_logger.h"
 #include "link/gv_connection.h"
 #include "model/button_address.h"
+#include "run_until.h"
 #include "stall_probe.h"
 #include "ui/editing_model.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
 #include <QHash>
@@ -31,6 +31,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
+using quorvane::bench::runUntil;
 using quorvane::bench::StallProbe;
 
 namespace {
@@ -51,21 +52,6 @@ qint64 residentKb()
                                         QRegularExpression::MultilineOption);
     const QRegularExpressionMatch match = rss.match(QString::fromLatin1(status.readAll()));
     return match.hasMatch() ? match.captured(1).toLongLong() : -1;
-}
-
-// Runs the event loop, asleep between events, until `done` or `ms` have passed.
-bool runUntil(const std::function<bool()>& done, int ms)
-{
-    QElapsedTimer waited;
-    waited.start();
-    QTimer wake; // so that the time limit is looked at while nothing else happens
-    wake.start(50);
-    while (!done()) {
-        if (waited.elapsed() >= ms)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return true;
 }
 
 // A write as the frame sees it: parameter, bus code and source.

@@ -47,6 +47,27 @@ struct Reconnecting {
             waitMs);
     }
 
+    // The option on, connected, and then the frame gone.
+    bool loseTheFrame()
+    {
+        reconnect.setEnabled(true);
+        if (!link.startFrame() || !connect())
+            return false;
+        link.frame.stop();
+        return true;
+    }
+
+    // The frame started again, and no handshake begun well past the time of a first attempt
+    // (2 countdown seconds).
+    bool noAttemptOnceTheFrameIsBack()
+    {
+        if (!link.startFrame())
+            return false;
+        const qsizetype before = handshakes();
+        QTest::qWait(20 * int(second.count()));
+        return handshakes() == before;
+    }
+
     // How often the client has begun a handshake with the frame.
     qsizetype handshakes() const { return link.sentBy(ClientMessageKind::clientIdFirst).size(); }
 
@@ -169,46 +190,30 @@ private Q_SLOTS:
     void stoppedDuringTheCountdownItNeverConnects()
     {
         Reconnecting test;
-        test.reconnect.setEnabled(true);
-        QVERIFY(test.link.startFrame());
-        QVERIFY(test.connect());
-        test.link.frame.stop();
+        QVERIFY(test.loseTheFrame());
         QTRY_VERIFY_WITH_TIMEOUT(test.reconnect.isCountingDown(), waitMs);
         test.reconnect.stop();
         QVERIFY(!test.reconnect.isActive());
         QCOMPARE(test.reconnect.countdownText(), QString());
         QVERIFY(test.link.logged(u"[INFO] Automatic reconnect to 127.0.0.1 stopped"_s));
-        QVERIFY(test.link.startFrame());
-        const qsizetype before = test.handshakes();
-        // Well past the first attempt's time (2 countdown seconds).
-        QTest::qWait(20 * int(second.count()));
-        QCOMPARE(test.handshakes(), before);
+        QVERIFY(test.noAttemptOnceTheFrameIsBack());
         QCOMPARE(test.link.connection->connectionState(), ConnectionState::idle);
     }
 
     void switchedOffDuringTheCountdownItNeverConnects()
     {
         Reconnecting test;
-        test.reconnect.setEnabled(true);
-        QVERIFY(test.link.startFrame());
-        QVERIFY(test.connect());
-        test.link.frame.stop();
+        QVERIFY(test.loseTheFrame());
         QTRY_VERIFY_WITH_TIMEOUT(test.reconnect.isCountingDown(), waitMs);
         test.reconnect.setEnabled(false);
         QVERIFY(!test.reconnect.isActive());
-        QVERIFY(test.link.startFrame());
-        const qsizetype before = test.handshakes();
-        QTest::qWait(20 * int(second.count()));
-        QCOMPARE(test.handshakes(), before);
+        QVERIFY(test.noAttemptOnceTheFrameIsBack());
     }
 
     void stoppedDuringAnAttemptItTriesNoMore()
     {
         Reconnecting test;
-        test.reconnect.setEnabled(true);
-        QVERIFY(test.link.startFrame());
-        QVERIFY(test.connect());
-        test.link.frame.stop();
+        QVERIFY(test.loseTheFrame());
         QTRY_COMPARE_WITH_TIMEOUT(test.link.connection->connectionState(),
                                   ConnectionState::handshake, waitMs);
         QVERIFY(test.reconnect.isActive());
@@ -217,20 +222,14 @@ private Q_SLOTS:
         test.reconnect.stop();
         test.link.connection->cancelConnect();
         QVERIFY(!test.reconnect.isActive());
-        QVERIFY(test.link.startFrame());
-        const qsizetype before = test.handshakes();
-        QTest::qWait(20 * int(second.count()));
-        QCOMPARE(test.handshakes(), before);
+        QVERIFY(test.noAttemptOnceTheFrameIsBack());
         QCOMPARE(test.link.connection->connectionState(), ConnectionState::idle);
     }
 
     void aConnectStartedElsewhereEndsTheCountdown()
     {
         Reconnecting test;
-        test.reconnect.setEnabled(true);
-        QVERIFY(test.link.startFrame());
-        QVERIFY(test.connect());
-        test.link.frame.stop();
+        QVERIFY(test.loseTheFrame());
         QTRY_VERIFY_WITH_TIMEOUT(test.reconnect.isCountingDown(), waitMs);
         QVERIFY(test.link.startFrame());
         QVERIFY(test.connect(3, 25));

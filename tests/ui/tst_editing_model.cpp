@@ -23,17 +23,6 @@ ButtonKeySet columnKeys(int button)
 {
     return {{1, button}, {2, button}, {3, button}, {4, button}};
 }
-
-MultiButtonDragData slotPayload(int source)
-{
-    MultiButtonDragData payload;
-    payload.buttons = {{1, source, 1}};
-    payload.fromBus = u"SANDBOX"_s;
-    payload.fromShift = 1;
-    payload.anchorButton = 1;
-    payload.anchorShift = 1;
-    return payload;
-}
 } // namespace
 
 class TestEditingModel : public QObject {
@@ -482,7 +471,7 @@ private Q_SLOTS:
     {
         OfflineEditing editing;
         EditingModel& model = editing.model;
-        QCOMPARE(model.addToSandbox({slotPayload(12)}), 1);
+        QCOMPARE(model.addToSandbox({sandboxSlotDrag(12)}), 1);
         model.tap(1, 3);
         model.selectSandboxSlot(0);
         QCOMPARE(model.selectedSandboxIndex(), 0);
@@ -500,8 +489,8 @@ private Q_SLOTS:
         OfflineEditing editing;
         EditingModel& model = editing.model;
         QSignalSpy sandbox(&model, &EditingModel::sandboxChanged);
-        model.addToSandbox({slotPayload(12)});
-        model.addToSandbox({slotPayload(705)});
+        model.addToSandbox({sandboxSlotDrag(12)});
+        model.addToSandbox({sandboxSlotDrag(705)});
         model.selectSandboxSlot(0);
         QVERIFY(model.handleKey(Qt::Key_Backspace, Qt::NoModifier));
         QCOMPARE(model.sandboxSlots().size(), 1);
@@ -517,8 +506,8 @@ private Q_SLOTS:
     void sandboxSlotsShowTheirNameOrNumber()
     {
         OfflineEditing editing;
-        editing.model.addToSandbox({slotPayload(700), slotPayload(1)});
-        editing.model.addToSandbox({slotPayload(432)});
+        editing.model.addToSandbox({sandboxSlotDrag(700), sandboxSlotDrag(1)});
+        editing.model.addToSandbox({sandboxSlotDrag(432)});
         // 700 carries a shipped label; 432 is named by nothing.
         QCOMPARE(editing.model.sourceText(700), u"Black"_s);
         QCOMPARE(editing.model.sourceText(432), u"432"_s);
@@ -697,7 +686,7 @@ private Q_SLOTS:
         OfflineEditing editing;
         editing.feed(Bus::pgm, {{1, 1, 5}});
         EditingModel& model = editing.model;
-        MultiButtonDragData noButtons = slotPayload(3);
+        MultiButtonDragData noButtons = sandboxSlotDrag(3);
         noButtons.buttons.clear();
         model.beginDrag(1, 1, std::nullopt);
         QVERIFY(!model.dropOnCell(QList<MultiButtonDragData>{}, 1, 1));
@@ -767,7 +756,7 @@ private Q_SLOTS:
         QVERIFY(model.dropOnClipboard({column}));
         QCOMPARE(model.clipboard(), InternalClipboard({{1, 2, 3}, true}));
 
-        QVERIFY(model.dropOnClipboard({slotPayload(705)}));
+        QVERIFY(model.dropOnClipboard({sandboxSlotDrag(705)}));
         QCOMPARE(model.clipboard(), InternalClipboard({{705}, false}));
 
         QVERIFY(!model.dropOnClipboard({}));

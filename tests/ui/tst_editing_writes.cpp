@@ -23,11 +23,6 @@ MultiButtonDragData dragOf(const QList<ButtonData>& buttons, int anchorShift, in
     return payload;
 }
 
-MultiButtonDragData slotDrag(int source)
-{
-    return dragOf({{1, source, 1}}, 1, 1, u"SANDBOX"_s);
-}
-
 QList<quint32> range(quint32 from, quint32 to)
 {
     QList<quint32> sources;
@@ -220,7 +215,7 @@ private Q_SLOTS:
 
         const qsizetype before = editing.writeCount();
         for (int batch = 1; batch <= 60; ++batch)
-            QVERIFY(model.dropOnCell({slotDrag(batch)}, 1, 1));
+            QVERIFY(model.dropOnCell({sandboxSlotDrag(batch)}, 1, 1));
         QCOMPARE(model.undoHistory().size(), 50);
         QCOMPARE(history.count(), 60);
         QCOMPARE(model.undoHistory().actions().first().changes,
@@ -340,7 +335,7 @@ private Q_SLOTS:
         QVERIFY(editing.connect(35));
         QTRY_COMPARE(editing.cached(Bus::pgm, 1, 9), 65532);
         EditingModel& model = editing.model;
-        model.addToSandbox({slotDrag(12)});
+        model.addToSandbox({sandboxSlotDrag(12)});
         // The strip shrank since the index was set.
         model.selectSandboxSlot(3);
         model.beginDrag(1, 9, std::nullopt);
@@ -473,7 +468,7 @@ private Q_SLOTS:
         QVERIFY(editing.connect(35));
         QTRY_COMPARE(editing.cached(Bus::pgm, 4, 20), 77);
         EditingModel& model = editing.model;
-        model.addToSandbox({slotDrag(705)});
+        model.addToSandbox({sandboxSlotDrag(705)});
         const auto payload = model.beginSandboxDrag(0);
         QVERIFY(payload);
         const qsizetype before = editing.writeCount();

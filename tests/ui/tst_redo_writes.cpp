@@ -15,17 +15,6 @@ namespace {
 constexpr Qt::KeyboardModifiers command = Qt::ControlModifier;
 constexpr Qt::KeyboardModifiers commandShift = Qt::ControlModifier | Qt::ShiftModifier;
 
-MultiButtonDragData slotDrag(int source)
-{
-    MultiButtonDragData payload;
-    payload.buttons = {{1, source, 1}};
-    payload.fromBus = u"SANDBOX"_s;
-    payload.fromShift = 1;
-    payload.anchorButton = 1;
-    payload.anchorShift = 1;
-    return payload;
-}
-
 QList<emulator::ReceivedDatagram> receivedWrites(ConnectedEditing& editing)
 {
     return editing.frame().receivedOfKind(ClientMessageKind::writeRequest);
@@ -149,7 +138,7 @@ private Q_SLOTS:
         model.selectBus(Bus::me3);
         QTRY_COMPARE(editing.cached(Bus::me3, 4, 20), 77);
         checkRedoRepeatsTheEdit(editing, 1,
-                                [&] { QVERIFY(model.dropOnCell({slotDrag(705)}, 4, 20)); });
+                                [&] { QVERIFY(model.dropOnCell({sandboxSlotDrag(705)}, 4, 20)); });
         // Redone while another bus is shown, it still writes the bus the drop changed.
         model.undo();
         QTRY_COMPARE(editing.onFrame(Bus::me3, 4, 20), 77u);
@@ -186,9 +175,9 @@ private Q_SLOTS:
         QVERIFY(editing.connect(35));
         QTRY_COMPARE(editing.cached(Bus::pgm, 1, 1), 11);
         EditingModel& model = editing.model;
-        QVERIFY(model.dropOnCell({slotDrag(12)}, 1, 1));
-        QVERIFY(model.dropOnCell({slotDrag(13)}, 1, 1));
-        QVERIFY(model.dropOnCell({slotDrag(14)}, 1, 1));
+        QVERIFY(model.dropOnCell({sandboxSlotDrag(12)}, 1, 1));
+        QVERIFY(model.dropOnCell({sandboxSlotDrag(13)}, 1, 1));
+        QVERIFY(model.dropOnCell({sandboxSlotDrag(14)}, 1, 1));
         QTRY_COMPARE(editing.onFrame(Bus::pgm, 1, 1), 14u);
 
         // Each step is taken back and forth, newest first, as often as wanted.
@@ -219,7 +208,7 @@ private Q_SLOTS:
         EditingModel& model = editing.model;
         const qsizetype edits = receivedWrites(editing).size();
         for (int batch = 1; batch <= 60; ++batch)
-            QVERIFY(model.dropOnCell({slotDrag(batch)}, 1, 1));
+            QVERIFY(model.dropOnCell({sandboxSlotDrag(batch)}, 1, 1));
         for (int undo = 0; undo < 60; ++undo)
             model.undo();
         QCOMPARE(model.undoHistory().redoActions().size(), 50);
@@ -274,7 +263,7 @@ private Q_SLOTS:
         QTRY_COMPARE(editing.cachedRow(Bus::pgm, 1, 1, 3), QList<qint64>({11, 12, 0}));
         EditingModel& model = editing.model;
         QSignalSpy history(&model, &EditingModel::undoHistoryChanged);
-        QVERIFY(model.dropOnCell({slotDrag(21)}, 1, 1));
+        QVERIFY(model.dropOnCell({sandboxSlotDrag(21)}, 1, 1));
         model.undo();
         QVERIFY(model.canRedo());
         QVERIFY(!model.canUndo());
@@ -289,7 +278,7 @@ private Q_SLOTS:
         QCOMPARE(history.count(), 1);
 
         // So does a choice in the source picker, although it records no undo.
-        QVERIFY(model.dropOnCell({slotDrag(22)}, 1, 2));
+        QVERIFY(model.dropOnCell({sandboxSlotDrag(22)}, 1, 2));
         model.undo();
         QVERIFY(model.canRedo());
         history.clear();
