@@ -6,6 +6,7 @@
 
 #include <QCheckBox>
 #include <QLabel>
+#include <QTabBar>
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
@@ -29,6 +30,8 @@ struct ReconnectDesk : Desk {
     ConnectionPanel& panel() { return *view.connectionPanel(); }
     bool startFrame() { return frame.start(); }
     QString status() { return panel().statusLabel()->text(); }
+    // Where the bus tabs stand in the window.
+    int tabsTop() { return view.busTabs()->mapTo(view.window(), QPoint(0, 0)).y(); }
     qsizetype handshakes() { return frame.receivedOfKind(ClientMessageKind::clientIdFirst).size(); }
 
     // The option on, connected, and the frame gone: the countdown runs.
@@ -95,8 +98,12 @@ private Q_SLOTS:
     {
         ReconnectDesk desk;
         QVERIFY(desk.loseTheFrame());
+        const int tabsWithCancel = desk.tabsTop();
         QTest::mouseClick(desk.panel().stopReconnectButton(), Qt::LeftButton);
         QVERIFY(!desk.panel().stopReconnectButton()->isVisible());
+        // The Cancel going does not move what is below the status line, once laid out anew.
+        QCoreApplication::processEvents();
+        QCOMPARE(desk.tabsTop(), tabsWithCancel);
         QVERIFY(!desk.status().contains(u"Reconnecting"_s));
         QVERIFY(desk.startFrame());
         const qsizetype before = desk.handshakes();

@@ -15,6 +15,7 @@
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -61,6 +62,10 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, 
     m_reconnectOption->setToolTip(u"When the frame stops answering, connect to it again after 2, "
                                   u"4, 8 and 16 seconds, then every 30 seconds"_s);
     m_stopReconnect->setToolTip(u"Stop reconnecting"_s);
+    // The status line keeps its height when the progress bar or Cancel come and go, so the
+    // tabs and the grid below never jump.
+    m_status->setMinimumHeight(
+        std::max(m_progress->sizeHint().height(), m_stopReconnect->sizeHint().height()));
 
     auto* controls = new QHBoxLayout;
     controls->addWidget(new QLabel(u"GV Frame IP:"_s, this));
