@@ -6,6 +6,7 @@
 #include "sandbox_strip.h"
 #include "source_picker_dialog.h"
 
+#include <QKeySequence>
 #include <QListWidget>
 #include <QPushButton>
 #include <QToolButton>
@@ -230,6 +231,15 @@ private Q_SLOTS:
         // Redo, by its key and by its button, takes the undo back.
         QToolButton* redo = desk.view.redoButton();
         QVERIFY(redo->isEnabled());
+        // The tooltips name the keys as this platform writes them.
+        const QString shiftCommandZ =
+            QKeySequence(Qt::ControlModifier | Qt::ShiftModifier | Qt::Key_Z)
+                .toString(QKeySequence::NativeText);
+        QCOMPARE(redo->toolTip(), u"Redo the last undone change ("_s + shiftCommandZ + u')');
+#ifndef Q_OS_MACOS
+        QCOMPARE(shiftCommandZ, u"Ctrl+Shift+Z"_s);
+        QCOMPARE(desk.view.undoButton()->toolTip(), u"Undo the last change (Ctrl+Z)"_s);
+#endif
         QTest::keyClick(focus, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
         QTRY_COMPARE(frameRow(3), row1);
         QVERIFY(!redo->isEnabled());

@@ -12,6 +12,7 @@
 
 #include <QApplication>
 #include <QHBoxLayout>
+#include <QKeySequence>
 #include <QScrollArea>
 #include <QSettings>
 #include <QSignalBlocker>
@@ -24,6 +25,14 @@
 using namespace Qt::StringLiterals;
 
 namespace quorvane {
+
+namespace {
+// A shortcut as this platform writes it: "Ctrl+Shift+Z" here, "⇧⌘Z" on the Mac.
+QString shortcutText(const QKeySequence& keys)
+{
+    return keys.toString(QKeySequence::NativeText);
+}
+} // namespace
 
 ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* parent)
     : QWidget(parent)
@@ -46,13 +55,15 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     m_undo->setIcon(QIcon::fromTheme(u"edit-undo"_s, style()->standardIcon(QStyle::SP_ArrowBack)));
     m_undo->setText(u"Undo"_s);
     m_undo->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    m_undo->setToolTip(u"Undo the last change (⌘Z)"_s);
+    m_undo->setToolTip(u"Undo the last change ("_s + shortcutText(QKeySequence::Undo) + u')');
     m_redo = new QToolButton(this);
     m_redo->setIcon(
         QIcon::fromTheme(u"edit-redo"_s, style()->standardIcon(QStyle::SP_ArrowForward)));
     m_redo->setText(u"Redo"_s);
     m_redo->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    m_redo->setToolTip(u"Redo the last undone change (⇧⌘Z)"_s);
+    m_redo->setToolTip(
+        u"Redo the last undone change ("_s +
+        shortcutText(QKeyCombination(Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_Z)) + u')');
 
     m_model->setZoom(GridZoom::fromSetting(m_preferences.value(zoomKey).toString()));
     m_grid = new ButtonGridWidget(*m_model, this);
