@@ -21,8 +21,6 @@
 
 namespace quorvane::test {
 
-inline constexpr int connectTimeoutMs = 10'000;
-
 // Records the key presses that reach a widget.
 class KeyRecorder : public QObject {
 public:

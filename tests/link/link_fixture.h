@@ -17,6 +17,9 @@
 
 namespace quorvane::test {
 
+// Long enough for any connect on loopback, also under the sanitizers.
+inline constexpr int connectTimeoutMs = 10'000;
+
 struct StateStep {
     ConnectionState state;
     double progress;
@@ -47,6 +50,15 @@ public:
         connection.reset();
         frame.stop();
         std::fclose(m_echo);
+    }
+
+    // Connects to the emulated frame and waits until the connection is up.
+    bool connectAndWait(int suite = 1, int buttonCount = 35)
+    {
+        connection->connect(QStringLiteral("127.0.0.1"), suite, buttonCount);
+        return QTest::qWaitFor(
+            [this] { return connection->connectionState() == ConnectionState::connected; },
+            connectTimeoutMs);
     }
 
     bool startFrame()

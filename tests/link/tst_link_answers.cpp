@@ -14,16 +14,6 @@ using emulator::PanelButton;
 
 namespace {
 
-constexpr int connectTimeoutMs = 10'000;
-
-bool connectAndWait(LinkFixture& link, int suite = 1, int buttonCount = 35)
-{
-    link.connection->connect(u"127.0.0.1"_s, suite, buttonCount);
-    return QTest::qWaitFor(
-        [&] { return link.connection->connectionState() == ConnectionState::connected; },
-        connectTimeoutMs);
-}
-
 // The button subscriptions the client sent, as (id, parameter, bus byte).
 struct Asked {
     quint16 id;
@@ -77,7 +67,7 @@ private Q_SLOTS:
         LinkFixture link;
         QVERIFY(link.startFrame());
         QSignalSpy answered(link.connection.get(), &GVConnection::buttonsAnswered);
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         QVERIFY(answered.count() > 0);
 
         GVConnection& connection = *link.connection;
@@ -112,7 +102,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         GVConnection& connection = *link.connection;
         const quint64 before = connection.answerSerial();
         QCOMPARE(connection.lastAnswer(Bus::pgm, 2, 2, 35)->serial <= before, true);
@@ -129,7 +119,7 @@ private Q_SLOTS:
         LinkFixture link(
             silentFrame({{Bus::pgm, 35, 1, 1}, {Bus::pgm, 35, 1, 2}, {Bus::pgm, 35, 3, 35}}, 1));
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
 
         QCOMPARE(link.connection->unansweredButtons(Bus::pgm, 35), QList<ButtonPosition>());
         const QStringList messages = link.messages();
@@ -160,7 +150,7 @@ private Q_SLOTS:
         LinkFixture link(silentFrame({{Bus::pgm, 35, 1, 1}, {Bus::pgm, 35, 1, 2}}, -1));
         link.connection->setAnswerRetries(3);
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
 
         QCOMPARE(link.connection->unansweredButtons(Bus::pgm, 35),
                  (QList<ButtonPosition>{{1, 1}, {1, 2}}));
@@ -192,7 +182,7 @@ private Q_SLOTS:
         timing.buttonsListen = 1500ms;
         LinkFixture link({}, timing);
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         QSignalSpy connectedChanges(link.connection.get(), &GVConnection::isConnectedChanged);
 
         for (Bus bus : {Bus::me1, Bus::me2}) {
@@ -244,7 +234,7 @@ private Q_SLOTS:
         QCOMPARE(connection.connectionState(), ConnectionState::idle);
 
         // The panel is usable: the next connect and the next switch load as they should.
-        QVERIFY(connectAndWait(link, 1, connection.buttonCount()));
+        QVERIFY(link.connectAndWait(1, connection.buttonCount()));
         QCOMPARE(connection.isLoading(), false);
         link.frame.clearRecords();
         connection.changeBus(Bus::aux);
@@ -260,7 +250,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link, 1, 20));
+        QVERIFY(link.connectAndWait(1, 20));
         const auto before = link.connection->mappingFor(Bus::pgm, 1, 1, 20);
         const quint64 answers = link.connection->answerSerial();
         // A record of the 35-button numbering: S1B2 there is number 32, one of S1B1's at 20.
@@ -276,7 +266,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         GVConnection& connection = *link.connection;
         // 20 starts loading, and before it is done 15 does too.
         connection.changeButtonCount(20);
@@ -316,7 +306,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link, 2));
+        QVERIFY(link.connectAndWait(2));
 
         QSettings otherPreferences(link.settingsDir.filePath(u"other.ini"_s), QSettings::IniFormat);
         DebugLogger otherLog;

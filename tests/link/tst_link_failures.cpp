@@ -11,8 +11,6 @@ using emulator::ClientMessageKind;
 
 namespace {
 
-constexpr int connectTimeoutMs = 10'000;
-
 // Calls `onPing` for every PING on the dynamic port, before the frame answers it, with its
 // number: 0 is the handshake's, 1 to 5 the verification exchanges'.
 void onDynamicPing(LinkFixture& link, std::function<void(int exchange)> onPing)

@@ -14,8 +14,6 @@ using emulator::FramePort;
 
 namespace {
 
-constexpr int connectTimeoutMs = 10'000;
-
 QList<QByteArray> bytesOf(const QList<emulator::ReceivedDatagram>& datagrams)
 {
     QList<QByteArray> result;

@@ -15,16 +15,6 @@ using emulator::FramePort;
 
 namespace {
 
-constexpr int connectTimeoutMs = 10'000;
-
-bool connectAndWait(LinkFixture& link, int suite = 1, int buttonCount = 35)
-{
-    link.connection->connect(u"127.0.0.1"_s, suite, buttonCount);
-    return QTest::qWaitFor(
-        [&] { return link.connection->connectionState() == ConnectionState::connected; },
-        connectTimeoutMs);
-}
-
 // What the client asked of the frame's dynamic port since the records were last cleared,
 // keep-alive traffic left out.
 QList<emulator::ReceivedDatagram> requests(const LinkFixture& link)
@@ -79,7 +69,7 @@ private Q_SLOTS:
                                         : emulator::DataTarget::clientMainPort;
         LinkFixture link(options);
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
 
         verifyBusMatchesFrame(link, Bus::pgm, 35);
         // Only the current bus is loaded.
@@ -117,7 +107,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         const auto subscriptions = link.sentBy(ClientMessageKind::buttonSubscription);
         QCOMPARE(subscriptions.size(), 140);
         for (qsizetype i = 0; i < subscriptions.size(); ++i) {
@@ -146,7 +136,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         link.frame.clearRecords();
 
         link.connection->changeBus(Bus::me2);
@@ -187,7 +177,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         link.frame.clearRecords();
         const qsizetype lines = link.messages().size();
 
@@ -217,7 +207,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         const ButtonMapping before = *link.connection->mappingFor(Bus::pgm, 1, 1, 35);
         QSignalSpy applied(&link.frame, &emulator::FrameEmulator::writeApplied);
 
@@ -257,7 +247,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link, 1, 20));
+        QVERIFY(link.connectAndWait(1, 20));
         link.connection->writeMapping(Bus::pgm, 2, 3, 55);
         QTRY_COMPARE(link.frame.writeRequests().size(), 1);
         QCOMPARE(link.frame.writeRequests()[0], (emulator::WriteRequest{371, 0x30, 55}));
@@ -278,7 +268,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         QVERIFY(link.frame.pushMappingChange(Bus::pgm, 35, 4, 35, 901));
         QTRY_COMPARE(link.connection->mappingFor(Bus::pgm, 4, 35, 35)->source, 901);
 
@@ -300,7 +290,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         link.frame.clearRecords();
         const qsizetype lines = link.messages().size();
 
@@ -358,7 +348,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         const qsizetype lines = link.messages().size();
         QVERIFY(link.frame.sendRaw(FramePort::dynamic, ClientPort::main,
                                    bytes("00 99 00 01") + QByteArray(4092, 'a')));
@@ -400,7 +390,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         QList<bool> pulses;
         QObject::connect(link.connection.get(), &GVConnection::heartbeatPulseChanged,
                          link.connection.get(),
@@ -413,7 +403,7 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         link.connection->disconnect();
         QVERIFY(link.connection->mappings().isEmpty());
         QVERIFY(link.connection->sourceNames().isEmpty());
@@ -437,13 +427,13 @@ private Q_SLOTS:
     {
         LinkFixture link;
         QVERIFY(link.startFrame());
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         link.connection->changeBus(Bus::aux);
         QTRY_COMPARE_WITH_TIMEOUT(link.connection->isLoading(), false, connectTimeoutMs);
         link.connection->disconnect();
         link.frame.clearRecords();
 
-        QVERIFY(connectAndWait(link));
+        QVERIFY(link.connectAndWait());
         QVERIFY(link.logged(u"[INFO] sendAllBusSubscriptions starting for AUX with 35-button "
                             u"mode"_s));
         QCOMPARE(link.sentBy(ClientMessageKind::buttonSubscription).size(), 140);
