@@ -204,6 +204,8 @@ private:
     std::optional<qint64> sourceAt(Bus bus, int shift, int button) const;
     // The buttons of `states` as they are now, where that is known; see redo.
     UndoAction presentStates(const QList<ButtonState>& states) const;
+    // Writes the states an undo or a redo took from the history.
+    void writeBack(const UndoAction& action);
     // One button to the frame, after checking it is one the panel has and a source the frame
     // can take.
     void writeButton(const ButtonLocation& location, qint64 source);

@@ -171,11 +171,7 @@ void EditingModel::undo()
     // back. Buttons the batch changed but the undo cannot restore keep the batch's sources
     // anyway, so the redo has nothing to write to them.
     m_undo.keepForRedo(presentStates(action->changes));
-    Q_EMIT undoHistoryChanged();
-    // Each state names its own bus: an undo restores the bus the batch changed, whichever is
-    // shown now.
-    for (const ButtonState& state : action->changes)
-        writeButton({state.bus, state.shift, state.button}, state.source);
+    writeBack(*action);
 }
 
 void EditingModel::redo()
@@ -184,8 +180,15 @@ void EditingModel::redo()
     if (!action)
         return;
     m_undo.keepForUndo(presentStates(action->changes));
+    writeBack(*action);
+}
+
+void EditingModel::writeBack(const UndoAction& action)
+{
     Q_EMIT undoHistoryChanged();
-    for (const ButtonState& state : action->changes)
+    // Each state names its own bus: the bus the batch changed is restored, whichever is shown
+    // now.
+    for (const ButtonState& state : action.changes)
         writeButton({state.bus, state.shift, state.button}, state.source);
 }
 
