@@ -109,8 +109,14 @@ public:
     void cancelConnect();
     void saveHost(const QString& host);
 
+    // What a button held before a write, as far as the writer knows it (none: unknown). The
+    // write's log line names it, so that an overwritten mapping can still be read back.
+    struct ReplacedSource {
+        std::optional<qint64> source;
+    };
     // Sets one button on the frame and in the cache at once; no reply is awaited.
-    void writeMapping(Bus bus, int shift, int button, int source);
+    void writeMapping(Bus bus, int shift, int button, int source,
+                      std::optional<ReplacedSource> replaced = std::nullopt);
     // The 26-byte request that sets one button; consumes a sequence number.
     QByteArray buildWriteRequest(Bus bus, int shift, int button, int source);
     // Show another bus or button count: from the cache when loaded before, else load it.

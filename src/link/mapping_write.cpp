@@ -16,7 +16,8 @@ QByteArray GVConnection::buildWriteRequest(Bus bus, int shift, int button, int s
                               busCode(bus), static_cast<quint16>(source));
 }
 
-void GVConnection::writeMapping(Bus bus, int shift, int button, int source)
+void GVConnection::writeMapping(Bus bus, int shift, int button, int source,
+                                std::optional<ReplacedSource> replaced)
 {
     if (!m_isConnected) {
         m_logger.warn(u"writeMapping called but not connected"_s);
@@ -39,8 +40,13 @@ void GVConnection::writeMapping(Bus bus, int shift, int button, int source)
         m_mappings.insert(key, ButtonMapping{QUuid::createUuid(), bus, shift, button, source});
     Q_EMIT mappingsChanged();
 
-    m_logger.info(u"Wrote "_s + target);
-    setStatusMessage(u"Wrote "_s + target);
+    QString written = u"Wrote "_s + target;
+    if (replaced) {
+        written += u" (was "_s +
+                   (replaced->source ? QString::number(*replaced->source) : u"unknown"_s) + u')';
+    }
+    m_logger.info(written);
+    setStatusMessage(written);
     m_logger.info(u"Write complete, local cache updated"_s);
 }
 

@@ -38,9 +38,22 @@ struct ButtonState {
     friend bool operator==(const ButtonState&, const ButtonState&) = default;
 };
 
-// One undoable batch: the state of every changed button before the change.
+// The panel a batch was made on: the frame, the suite and the button count. A batch written back
+// anywhere else would change buttons nobody edited.
+struct UndoPanel {
+    QString frameAddress;
+    int suite = 0;
+    int buttonCount = 0;
+
+    friend bool operator==(const UndoPanel&, const UndoPanel&) = default;
+};
+
+// One undoable batch: the state of every changed button before the change, and where.
 struct UndoAction {
     QList<ButtonState> changes;
+    UndoPanel panel;
+
+    friend bool operator==(const UndoAction&, const UndoAction&) = default;
 };
 
 } // namespace quorvane

@@ -30,6 +30,18 @@ QString statusLineMessage(ConnectionState state, const QString& statusMessage)
     return statusMessage == connectionStateText(state) ? QString() : statusMessage;
 }
 
+QString statusLineText(const StatusLineParts& parts)
+{
+    QString status = parts.countdown;
+    if (status.isEmpty())
+        status = parts.failure;
+    if (status.isEmpty())
+        status = statusLineMessage(parts.state, parts.statusMessage);
+    if (parts.editNotice.isEmpty())
+        return status;
+    return status.isEmpty() ? parts.editNotice : status + u" · "_s + parts.editNotice;
+}
+
 LogLineKind logLineKind(const QString& line)
 {
     if (line.contains(u"[ERROR]"_s))

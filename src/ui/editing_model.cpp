@@ -35,6 +35,14 @@ EditingModel::EditingModel(GVConnection& connection, QObject* parent)
     }
     QObject::connect(&m_connection, &GVConnection::buttonCountChanged, this,
                      &EditingModel::syncButtonCount);
+    // What Undo may act on follows the panel connected; a notice of the last edit is stale
+    // once the link has come or gone.
+    QObject::connect(&m_connection, &GVConnection::isConnectedChanged, this, [this] {
+        setEditNotice(QString());
+        Q_EMIT undoHistoryChanged();
+    });
+    QObject::connect(&m_connection, &GVConnection::buttonCountChanged, this,
+                     &EditingModel::undoHistoryChanged);
     QObject::connect(&m_connection, &GVConnection::currentBusChanged, this, &EditingModel::syncBus);
 }
 
@@ -307,13 +315,10 @@ void EditingModel::choosePickerSource(int source)
 
 void EditingModel::pickSource(int source)
 {
-    // A choice in the picker is a single deliberate edit, not a batch: it is not undoable. It
-    // is a new edit all the same, after which an earlier undo is no longer redone.
+    // A choice in the picker is an edit like any other: a one-button step, undoable.
     if (!m_pickerTarget)
         return;
-    if (m_undo.forgetRedo())
-        Q_EMIT undoHistoryChanged();
-    writeButton(*m_pickerTarget, source);
+    writeEdit({*m_pickerTarget}, {source});
 }
 
 void EditingModel::dismissSourcePicker()

@@ -32,9 +32,10 @@ class GVConnection;
 // shortcuts. The widgets only forward clicks, keys and drops here and paint what it reports.
 //
 // Every change of a button goes through the connection's writeMapping, one call per button,
-// and every batch except a choice in the source picker is recorded for undo first. An undo can
-// be redone until the next edit. Reads go through mappingFor at the connection's button count
-// and through its display-name rule.
+// and every edit, a choice in the source picker included, is recorded for undo first. A step
+// belongs to the panel it was made on and is undone (or redone) only while connected to it; an
+// undo can be redone until the next edit. Reads go through mappingFor at the connection's
+// button count and through its display-name rule.
 class EditingModel : public QObject {
     Q_OBJECT
 
@@ -91,8 +92,18 @@ public:
     // --- Clipboard, clear, undo and redo ------------------------------------------------
     const InternalClipboard& clipboard() const { return m_clipboard; }
     const UndoHistory& undoHistory() const { return m_undo; }
-    bool canUndo() const { return !m_undo.isEmpty(); }
-    bool canRedo() const { return m_undo.canRedo(); }
+    // Whether the newest step to undo (or redo) belongs to the panel connected now: the same
+    // frame, suite and button count.
+    bool canUndo() const;
+    bool canRedo() const;
+    // Where the newest step belongs, "suite 1, 35 buttons, 10.1.2.3", or empty without one.
+    QString undoPlace() const;
+    QString redoPlace() const;
+    // The panel being edited: the frame, suite and button count connected now, or none.
+    std::optional<UndoPanel> connectedPanel() const;
+
+    // What the status line should say about the last edit: what it could not do, or nothing.
+    const QString& editNotice() const { return m_editNotice; }
 
     void copySelection();
     // Pastes the clipboard once, from the smallest selected cell.
@@ -102,14 +113,20 @@ public:
     void clearSelection();
     // Removes the selected buttons from their row and closes the gap.
     void deleteAndClose();
-    // Writes back the newest batch's recorded states; what they replace can be redone.
+    // Writes back the newest batch's recorded states; what they replace can be redone. Refused,
+    // with a notice and the step kept, unless its panel is the one connected.
     void undo();
     // Takes back the newest undo: writes back what it replaced, which can be undone again.
     void redo();
-    // Records the present sources of `buttons` as one undoable batch; buttons without a
-    // mapping cannot be restored and are left out. A new batch cannot follow a redo history:
-    // that is emptied.
-    void recordUndo(const QList<ButtonLocation>& buttons);
+    // Records the present sources of `buttons` as one undoable batch on the connected panel.
+    // A button the frame has answered for is known, an empty one as source 0; buttons without
+    // an answer cannot be restored and are left out. Returns how many were left out. A new
+    // batch cannot follow a redo history: that is emptied.
+    int recordUndo(const QList<ButtonLocation>& buttons);
+    // One edit: records `targets` for undo, then writes `sources` to them in order. While not
+    // connected nothing is recorded or written, and the notice says so. Returns whether it was
+    // written.
+    bool writeEdit(const QList<ButtonLocation>& targets, const QList<qint64>& sources);
 
     // --- Drag and drop -------------------------------------------------------------------
     const std::optional<ButtonKeySet>& dropPreviewRange() const { return m_dropPreviewRange; }
@@ -187,7 +204,10 @@ Q_SIGNALS:
     // Mappings, names, answers or loading changed: every cell may look different.
     void gridDataChanged();
     void clipboardChanged();
+    // The history changed, or what Undo and Redo may act on: the link came or went, or the
+    // button count changed.
     void undoHistoryChanged();
+    void editNoticeChanged();
     void sandboxChanged();
     void sourcePickerChanged();
     void selectedBusChanged();
@@ -202,13 +222,20 @@ Q_SIGNALS:
 private:
     bool isInShownGrid(int shift, int button) const;
     std::optional<qint64> sourceAt(Bus bus, int shift, int button) const;
-    // The buttons of `states` as they are now, where that is known; see redo.
-    UndoAction presentStates(const QList<ButtonState>& states) const;
+    // What the panel knows a button holds: its cached source, 0 for one the frame answered for
+    // without a mapping, none for one it has not answered for.
+    std::optional<qint64> knownSource(const ButtonLocation& location) const;
+    // The buttons as they are now on the connected panel, where that is known, and how many
+    // are not.
+    std::pair<UndoAction, int> presentStates(const QList<ButtonLocation>& buttons) const;
+    // Why the newest step of `step` cannot be written back now, or empty when it can.
+    QString refusalFor(const UndoAction* step, const QString& refused) const;
     // Writes the states an undo or a redo took from the history.
     void writeBack(const UndoAction& action);
     // One button to the frame, after checking it is one the panel has and a source the frame
-    // can take.
+    // can take; the log line names what it replaces.
     void writeButton(const ButtonLocation& location, qint64 source);
+    void setEditNotice(const QString& notice);
     // The connection's bus and button count are the ones shown: the grid follows them when
     // they are switched from anywhere.
     void syncButtonCount();
@@ -251,6 +278,7 @@ private:
 
     UndoHistory m_undo;
     InternalClipboard m_clipboard;
+    QString m_editNotice;
 };
 
 } // namespace quorvane

@@ -120,12 +120,12 @@ bool EditingModel::dropOnCell(const QList<MultiButtonDragData>& payloads, int sh
             placeDrop(payloads.first(), {shift, button}, m_selectedButtonCount);
         if (placed) {
             QList<ButtonLocation> targets;
-            for (const PlacedSource& target : *placed)
+            QList<qint64> sources;
+            for (const PlacedSource& target : *placed) {
                 targets.append({m_selectedBus, target.key.shift, target.key.button});
-            recordUndo(targets);
-            for (qsizetype i = 0; i < targets.size(); ++i)
-                writeButton(targets[i], (*placed)[i].source);
-            accepted = true;
+                sources.append(target.source);
+            }
+            accepted = writeEdit(targets, sources);
         }
     }
     setDragInfo(std::nullopt);

@@ -10,6 +10,27 @@ namespace quorvane {
 
 namespace {
 constexpr qint64 lastWritableSource = 0xFFFF;
+const QString notConnectedNotice = u"Not connected: nothing was written"_s;
+
+QString unrecordedNotice(int unknown)
+{
+    return QString::number(unknown) + (unknown == 1 ? u" button"_s : u" buttons"_s) +
+           u" without an answer from the frame could not be recorded for undo"_s;
+}
+
+QString panelText(const UndoPanel& panel)
+{
+    return u"suite "_s + QString::number(panel.suite) + u", "_s +
+           QString::number(panel.buttonCount) + u" buttons, "_s + panel.frameAddress;
+}
+
+QList<ButtonLocation> locationsOf(const QList<ButtonState>& states)
+{
+    QList<ButtonLocation> locations;
+    for (const ButtonState& state : states)
+        locations.append({state.bus, state.shift, state.button});
+    return locations;
+}
 } // namespace
 
 std::optional<qint64> EditingModel::sourceAt(Bus bus, int shift, int button) const
@@ -35,39 +56,75 @@ void EditingModel::writeButton(const ButtonLocation& location, qint64 source)
         return;
     }
     m_connection.writeMapping(location.bus, location.shift, location.button,
-                              static_cast<int>(source));
+                              static_cast<int>(source),
+                              GVConnection::ReplacedSource{knownSource(location)});
 }
 
-UndoAction EditingModel::presentStates(const QList<ButtonState>& states) const
+std::optional<qint64> EditingModel::knownSource(const ButtonLocation& location) const
+{
+    if (const std::optional<qint64> source =
+            sourceAt(location.bus, location.shift, location.button)) {
+        return source;
+    }
+    // The cache holds no entry for a button the frame reported empty (or with no assignment at
+    // all): answered, it is known to hold nothing.
+    if (m_connection.hasAnswered(location.bus, location.shift, location.button,
+                                 m_connection.buttonCount())) {
+        return 0;
+    }
+    return std::nullopt;
+}
+
+std::optional<UndoPanel> EditingModel::connectedPanel() const
+{
+    if (!m_connection.isConnected())
+        return std::nullopt;
+    return UndoPanel{m_connection.targetHost(), m_connection.selectedSuite(),
+                     m_connection.buttonCount()};
+}
+
+std::pair<UndoAction, int> EditingModel::presentStates(const QList<ButtonLocation>& buttons) const
 {
     UndoAction present;
-    for (const ButtonState& state : states) {
-        std::optional<qint64> source = sourceAt(state.bus, state.shift, state.button);
-        // A cleared button leaves the cache once the frame reports it back as 0: it is known
-        // to be unassigned, and 0 is what to write back. A button the frame has not answered
-        // for (or answered with no assignment at all) is unknown and is left out.
-        if (!source) {
-            const auto answer = m_connection.lastAnswer(state.bus, state.shift, state.button,
-                                                        m_connection.buttonCount());
-            if (answer && answer->source == 0)
-                source = 0;
-        }
-        if (source)
-            present.changes.append(ButtonState{state.bus, state.shift, state.button, *source});
+    present.panel = connectedPanel().value_or(UndoPanel{});
+    int unknown = 0;
+    for (const ButtonLocation& button : buttons) {
+        if (const std::optional<qint64> source = knownSource(button))
+            present.changes.append(ButtonState{button.bus, button.shift, button.button, *source});
+        else
+            ++unknown;
     }
-    return present;
+    return {present, unknown};
 }
 
-void EditingModel::recordUndo(const QList<ButtonLocation>& buttons)
+int EditingModel::recordUndo(const QList<ButtonLocation>& buttons)
 {
-    UndoAction action;
-    for (const ButtonLocation& button : buttons) {
-        if (const std::optional<qint64> source = sourceAt(button.bus, button.shift, button.button))
-            action.changes.append(ButtonState{button.bus, button.shift, button.button, *source});
-    }
+    auto [action, unknown] = presentStates(buttons);
     const bool couldRedo = m_undo.canRedo();
     if (m_undo.record(std::move(action)) || couldRedo)
         Q_EMIT undoHistoryChanged();
+    return unknown;
+}
+
+bool EditingModel::writeEdit(const QList<ButtonLocation>& targets, const QList<qint64>& sources)
+{
+    if (!m_connection.isConnected()) {
+        setEditNotice(notConnectedNotice);
+        return false;
+    }
+    const int unknown = recordUndo(targets);
+    setEditNotice(unknown == 0 ? QString() : unrecordedNotice(unknown));
+    for (qsizetype k = 0; k < targets.size() && k < sources.size(); ++k)
+        writeButton(targets[k], sources[k]);
+    return true;
+}
+
+void EditingModel::setEditNotice(const QString& notice)
+{
+    if (notice == m_editNotice)
+        return;
+    m_editNotice = notice;
+    Q_EMIT editNoticeChanged();
 }
 
 void EditingModel::copySelection()
@@ -99,9 +156,8 @@ void EditingModel::pasteToSelection()
             targets.append({m_selectedBus, start->shift, button});
     }
 
-    recordUndo(targets);
-    for (qsizetype k = 0; k < targets.size(); ++k)
-        writeButton(targets[k], sources[k]);
+    if (!writeEdit(targets, sources))
+        return;
 
     changeSelection([&](SelectionModel& selection) {
         QList<int> numbers;
@@ -122,14 +178,12 @@ void EditingModel::clearSelection()
         return;
     if (m_selection.isEmpty())
         return;
-    const QList<SelectedButtonKey> keys = sortedKeys(m_selection.selectedButtons());
+    // The keys of a row selection all carry the row's shift, so the keys name the buttons.
     QList<ButtonLocation> buttons;
-    for (const SelectedButtonKey& key : keys)
-        buttons.append(
-            {m_selectedBus, m_selection.selectionShift().value_or(key.shift), key.button});
-    recordUndo(buttons);
-    for (const SelectedButtonKey& key : keys)
-        writeButton({m_selectedBus, key.shift, key.button}, 0);
+    for (const SelectedButtonKey& key : sortedKeys(m_selection.selectedButtons()))
+        buttons.append({m_selectedBus, key.shift, key.button});
+    if (!writeEdit(buttons, QList<qint64>(buttons.size(), 0)))
+        return;
     deselectAll();
 }
 
@@ -155,31 +209,71 @@ void EditingModel::deleteAndClose()
     for (const SelectedButtonKey& key : m_selection.selectedButtons())
         removed.insert(key.button);
 
-    recordUndo(stretch);
-    const QList<qint64> closed = closeUpRow(sources, start, removed);
-    for (qsizetype i = 0; i < stretch.size(); ++i)
-        writeButton(stretch[i], closed[i]);
+    if (!writeEdit(stretch, closeUpRow(sources, start, removed)))
+        return;
     deselectAll();
+}
+
+bool EditingModel::canUndo() const
+{
+    return refusalFor(m_undo.newest(), QString()).isEmpty() && m_undo.newest();
+}
+
+bool EditingModel::canRedo() const
+{
+    return refusalFor(m_undo.newestRedo(), QString()).isEmpty() && m_undo.newestRedo();
+}
+
+QString EditingModel::undoPlace() const
+{
+    return m_undo.newest() ? panelText(m_undo.newest()->panel) : QString();
+}
+
+QString EditingModel::redoPlace() const
+{
+    return m_undo.newestRedo() ? panelText(m_undo.newestRedo()->panel) : QString();
+}
+
+QString EditingModel::refusalFor(const UndoAction* step, const QString& refused) const
+{
+    if (!step)
+        return QString();
+    const std::optional<UndoPanel> panel = connectedPanel();
+    if (!panel)
+        return notConnectedNotice;
+    if (*panel != step->panel)
+        return refused + u": the newest step belongs to "_s + panelText(step->panel);
+    return QString();
 }
 
 void EditingModel::undo()
 {
+    // A step leaves the history only to be written: elsewhere it would change a panel nobody
+    // edited, and while disconnected its writes would go nowhere.
+    const QString refusal = refusalFor(m_undo.newest(), u"Nothing undone"_s);
+    setEditNotice(refusal);
+    if (!refusal.isEmpty())
+        return;
     const std::optional<UndoAction> action = m_undo.takeNewest();
     if (!action)
         return;
     // What the batch left on these buttons, read before it is overwritten: a redo writes it
     // back. Buttons the batch changed but the undo cannot restore keep the batch's sources
     // anyway, so the redo has nothing to write to them.
-    m_undo.keepForRedo(presentStates(action->changes));
+    m_undo.keepForRedo(presentStates(locationsOf(action->changes)).first);
     writeBack(*action);
 }
 
 void EditingModel::redo()
 {
+    const QString refusal = refusalFor(m_undo.newestRedo(), u"Nothing redone"_s);
+    setEditNotice(refusal);
+    if (!refusal.isEmpty())
+        return;
     const std::optional<UndoAction> action = m_undo.takeNewestRedo();
     if (!action)
         return;
-    m_undo.keepForUndo(presentStates(action->changes));
+    m_undo.keepForUndo(presentStates(locationsOf(action->changes)).first);
     writeBack(*action);
 }
 

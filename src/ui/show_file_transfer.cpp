@@ -118,15 +118,13 @@ int applyImport(const ImportPlan& plan, EditingModel& model)
     if (plan.writes.isEmpty())
         return 0;
     QList<ButtonLocation> targets;
-    for (const ShowDifference& difference : plan.writes)
-        targets.append({difference.wanted.bus, difference.wanted.shift, difference.wanted.button});
-    model.recordUndo(targets);
+    QList<qint64> sources;
     for (const ShowDifference& difference : plan.writes) {
         const ShowButton& button = difference.wanted;
-        model.connection().writeMapping(button.bus, button.shift, button.button,
-                                        static_cast<int>(button.source));
+        targets.append({button.bus, button.shift, button.button});
+        sources.append(button.source);
     }
-    return int(plan.writes.size());
+    return model.writeEdit(targets, sources) ? int(plan.writes.size()) : 0;
 }
 
 } // namespace quorvane

@@ -31,6 +31,13 @@ public:
     // whether there was anything to redo.
     bool forgetRedo();
 
+    // The action an undo (or a redo) would take, or null.
+    const UndoAction* newest() const { return m_actions.isEmpty() ? nullptr : &m_actions.last(); }
+    const UndoAction* newestRedo() const
+    {
+        return m_redoActions.isEmpty() ? nullptr : &m_redoActions.last();
+    }
+
     bool isEmpty() const { return m_actions.isEmpty(); }
     qsizetype size() const { return m_actions.size(); }
     const QList<UndoAction>& actions() const { return m_actions; }

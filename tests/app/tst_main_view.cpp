@@ -103,7 +103,7 @@ private Q_SLOTS:
                            rowRect.center());
         QTRY_COMPARE(desk.frame.mapping(Bus::pgm, 35, 1, 5), quint32{777});
         QTRY_VERIFY(!picker->isVisible());
-        QVERIFY(!desk.model.canUndo()); // a choice in the picker is not undone
+        QVERIFY(desk.view.undoButton()->isEnabled()); // a choice in the picker is undone too
     }
 
     void shortcutsActWhereverTheFocusIs()
@@ -218,24 +218,21 @@ private Q_SLOTS:
         QTRY_COMPARE(frameRow(3), row1);
         QVERIFY(desk.view.undoButton()->isEnabled());
         QTest::mouseClick(desk.view.undoButton(), Qt::LeftButton);
-        // Undo restores every button that had a source; one that had none keeps the pasted
-        // source, as nothing was known to restore.
-        QList<quint32> restored = row3;
-        for (int k = 0; k < restored.size(); ++k) {
-            if (restored[k] == 0)
-                restored[k] = row1[k];
-        }
-        QTRY_COMPARE(frameRow(3), restored);
+        // Undo restores every button, the empty ones to empty.
+        QVERIFY(row3.contains(0));
+        QTRY_COMPARE(frameRow(3), row3);
         QVERIFY(!desk.view.undoButton()->isEnabled());
 
         // Redo, by its key and by its button, takes the undo back.
         QToolButton* redo = desk.view.redoButton();
         QVERIFY(redo->isEnabled());
-        // The tooltips name the keys as this platform writes them.
         const QString shiftCommandZ =
             QKeySequence(Qt::ControlModifier | Qt::ShiftModifier | Qt::Key_Z)
                 .toString(QKeySequence::NativeText);
-        QCOMPARE(redo->toolTip(), u"Redo the last undone change ("_s + shiftCommandZ + u')');
+        // The tooltips say where the newest step belongs and name the keys as this platform
+        // writes them.
+        QCOMPARE(redo->toolTip(),
+                 u"Redo: suite 1, 35 buttons, 127.0.0.1 ("_s + shiftCommandZ + u')');
 #ifndef Q_OS_MACOS
         QCOMPARE(shiftCommandZ, u"Ctrl+Shift+Z"_s);
         QCOMPARE(desk.view.undoButton()->toolTip(), u"Undo the last change (Ctrl+Z)"_s);
@@ -245,7 +242,7 @@ private Q_SLOTS:
         QVERIFY(!redo->isEnabled());
         QVERIFY(desk.view.undoButton()->isEnabled());
         QTest::keyClick(focus, Qt::Key_Z, Qt::ControlModifier);
-        QTRY_COMPARE(frameRow(3), restored);
+        QTRY_COMPARE(frameRow(3), row3);
         QTest::mouseClick(redo, Qt::LeftButton);
         QTRY_COMPARE(frameRow(3), row1);
         QVERIFY(!redo->isEnabled());

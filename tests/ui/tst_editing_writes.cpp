@@ -151,14 +151,17 @@ private Q_SLOTS:
         QCOMPARE(model.selection().anchor(), SelectedButtonKey({2, 5}));
     }
 
-    void clearingTenOfWhichSevenAreMappedUndoesSeven()
+    void clearingTenOfWhichThreeNeverAnsweredUndoesSeven()
     {
-        ConnectedEditing editing;
-        editing.setFrameRow(Bus::pgm, 35, 3, {31, 0, 33, 34, 0, 36, 37, 38, 0, 40});
+        // Buttons 2, 5 and 9 hold sources the frame never reports: unknown, not unassigned.
+        emulator::FrameEmulatorOptions options;
+        options.faults.silentButtons = {
+            {Bus::pgm, 35, 3, 2}, {Bus::pgm, 35, 3, 5}, {Bus::pgm, 35, 3, 9}};
+        ConnectedEditing editing(options);
+        editing.setFrameRow(Bus::pgm, 35, 3, {31, 32, 0, 34, 35, 36, 37, 38, 39, 40});
         QVERIFY(editing.connect(35));
         QTRY_COMPARE(editing.cachedRow(Bus::pgm, 3, 1, 10),
-                     QList<qint64>({31, 0, 33, 34, 0, 36, 37, 38, 0, 40}));
-        QCOMPARE(editing.connection().mappingFor(Bus::pgm, 3, 2, 35), std::nullopt);
+                     QList<qint64>({31, 0, 0, 34, 0, 36, 37, 38, 0, 40}));
         EditingModel& model = editing.model;
         model.tap(3, 1);
         model.shiftTap(3, 10);
@@ -169,24 +172,35 @@ private Q_SLOTS:
         for (const WriteRequest& write : editing.writesSince(before))
             QCOMPARE(write.source, quint16(0));
         QCOMPARE(editing.frameRow(Bus::pgm, 3, 1, 10), QList<quint32>(10, 0));
-        QCOMPARE(editing.cachedRow(Bus::pgm, 3, 1, 10), QList<qint64>(10, 0));
         QVERIFY(model.selection().isEmpty());
         QCOMPARE(model.selection().anchor(), std::nullopt);
         QCOMPARE(model.undoHistory().size(), 1);
-        QCOMPARE(model.undoHistory().actions().first().changes.size(), 7);
+        // The answered empty button 3 is recorded as empty; the three unknown ones are not.
+        QCOMPARE(model.undoHistory().actions().first().changes,
+                 QList<ButtonState>({{Bus::pgm, 3, 1, 31},
+                                     {Bus::pgm, 3, 3, 0},
+                                     {Bus::pgm, 3, 4, 34},
+                                     {Bus::pgm, 3, 6, 36},
+                                     {Bus::pgm, 3, 7, 37},
+                                     {Bus::pgm, 3, 8, 38},
+                                     {Bus::pgm, 3, 10, 40}}));
+        QCOMPARE(model.editNotice(),
+                 u"3 buttons without an answer from the frame could not be recorded for undo"_s);
 
         QVERIFY(model.handleKey(Qt::Key_Z, Qt::ControlModifier));
         QUORVANE_WAIT_FOR_WRITES(editing, before, 17);
+        QCOMPARE(model.editNotice(), QString());
         QCOMPARE(editing.frameRow(Bus::pgm, 3, 1, 10),
-                 QList<quint32>({31, 0, 33, 34, 0, 36, 37, 38, 0, 40}));
-        QTRY_COMPARE(editing.cachedRow(Bus::pgm, 3, 1, 10),
-                     QList<qint64>({31, 0, 33, 34, 0, 36, 37, 38, 0, 40}));
+                 QList<quint32>({31, 0, 0, 34, 0, 36, 37, 38, 0, 40}));
     }
 
-    void clearingButtonsWithoutMappingsWritesZerosAndRecordsNothing()
+    void clearingButtonsTheFrameNeverAnsweredForWritesZerosAndRecordsNothing()
     {
-        ConnectedEditing editing;
-        editing.setFrameRow(Bus::pgm, 25, 4, {0, 0, 0});
+        emulator::FrameEmulatorOptions options;
+        options.faults.silentButtons = {
+            {Bus::pgm, 25, 4, 1}, {Bus::pgm, 25, 4, 2}, {Bus::pgm, 25, 4, 3}};
+        ConnectedEditing editing(options);
+        editing.setFrameRow(Bus::pgm, 25, 4, {7, 8, 9});
         QVERIFY(editing.connect(25));
         EditingModel& model = editing.model;
         model.tap(4, 1);
@@ -199,9 +213,37 @@ private Q_SLOTS:
                                       editing.request(Bus::pgm, 4, 2, 0),
                                       editing.request(Bus::pgm, 4, 3, 0)}));
         QCOMPARE(editing.frameRow(Bus::pgm, 4, 1, 3), QList<quint32>(3, 0));
-        QCOMPARE(editing.cachedRow(Bus::pgm, 4, 1, 3), QList<qint64>(3, 0));
         QVERIFY(model.undoHistory().isEmpty());
         QVERIFY(!model.canUndo());
+        QCOMPARE(model.editNotice(),
+                 u"3 buttons without an answer from the frame could not be recorded for undo"_s);
+        QVERIFY(loggedMessages(editing.link.logger)
+                    .contains(u"[INFO] Wrote PGM S4B1 > 0 (was unknown)"_s));
+    }
+
+    void clearingAnsweredEmptyButtonsIsUndoneToEmpty()
+    {
+        ConnectedEditing editing;
+        editing.setFrameRow(Bus::pgm, 25, 4, {0, 5, 0});
+        QVERIFY(editing.connect(25));
+        QTRY_COMPARE(editing.cachedRow(Bus::pgm, 4, 1, 3), QList<qint64>({0, 5, 0}));
+        EditingModel& model = editing.model;
+        model.tap(4, 1);
+        model.shiftTap(4, 3);
+        const qsizetype before = editing.writeCount();
+        model.clearSelection();
+        QUORVANE_WAIT_FOR_WRITES(editing, before, 3);
+        QCOMPARE(
+            model.undoHistory().actions().first().changes,
+            QList<ButtonState>({{Bus::pgm, 4, 1, 0}, {Bus::pgm, 4, 2, 5}, {Bus::pgm, 4, 3, 0}}));
+        QCOMPARE(model.editNotice(), QString());
+        QVERIFY(
+            loggedMessages(editing.link.logger).contains(u"[INFO] Wrote PGM S4B2 > 0 (was 5)"_s));
+        model.undo();
+        QUORVANE_WAIT_FOR_WRITES(editing, before, 6);
+        QCOMPARE(editing.frameRow(Bus::pgm, 4, 1, 3), QList<quint32>({0, 5, 0}));
+        QVERIFY(
+            loggedMessages(editing.link.logger).contains(u"[INFO] Wrote PGM S4B2 > 5 (was 0)"_s));
     }
 
     void undoTakesBackOnlyTheNewestFiftyOfSixtyBatches()
@@ -353,7 +395,7 @@ private Q_SLOTS:
         QVERIFY(model.selection().isEmpty());
     }
 
-    void thePickersChoiceIsWrittenWithoutUndo()
+    void thePickersChoiceIsOneUndoableStep()
     {
         ConnectedEditing editing;
         editing.frame().setMapping(Bus::pgm, 35, 2, 7, 11);
@@ -371,7 +413,14 @@ private Q_SLOTS:
                  QList<WriteRequest>({editing.request(Bus::pgm, 2, 7, 705)}));
         QCOMPARE(editing.cached(Bus::pgm, 2, 7), 705);
         QCOMPARE(editing.onFrame(Bus::pgm, 2, 7), 705u);
-        QVERIFY(model.undoHistory().isEmpty());
+        QVERIFY(loggedMessages(editing.link.logger)
+                    .contains(u"[INFO] Wrote PGM S2B7 > 705 (was 11)"_s));
+        QCOMPARE(model.undoHistory().actions(),
+                 QList<UndoAction>({{{{Bus::pgm, 2, 7, 11}}, {u"127.0.0.1"_s, 1, 35}}}));
+
+        QVERIFY(model.handleKey(Qt::Key_Z, Qt::ControlModifier));
+        QUORVANE_WAIT_FOR_WRITES(editing, before, 2);
+        QCOMPARE(editing.onFrame(Bus::pgm, 2, 7), 11u);
     }
 
     void aRowDropOnATwentyButtonRowIsPlacedOrRefusedAsAWhole()

@@ -226,13 +226,16 @@ private Q_SLOTS:
         QVERIFY(!model.canRedo());
     }
 
-    void aButtonTheBatchFoundUnassignedIsNotWrittenAgain()
+    void aButtonTheFrameNeverAnsweredForIsNotWrittenAgain()
     {
-        ConnectedEditing editing;
+        emulator::FrameEmulatorOptions options;
+        options.faults.silentButtons = {{Bus::pgm, 35, 2, 2}};
+        ConnectedEditing editing(options);
         editing.setFrameRow(Bus::pgm, 35, 1, {101, 102, 103});
-        editing.setFrameRow(Bus::pgm, 35, 2, {201, 0, 203});
+        editing.setFrameRow(Bus::pgm, 35, 2, {201, 202, 203});
         QVERIFY(editing.connect(35));
         QTRY_COMPARE(editing.cachedRow(Bus::pgm, 2, 1, 3), QList<qint64>({201, 0, 203}));
+        QVERIFY(!editing.connection().hasAnswered(Bus::pgm, 2, 2, 35));
         EditingModel& model = editing.model;
         model.tap(1, 1);
         model.shiftTap(1, 3);
@@ -243,8 +246,9 @@ private Q_SLOTS:
         WAIT_FOR_WRITE_REQUESTS(editing, start, 3);
         const QList<QByteArray> pasted = writeBytesSince(editing, start);
 
-        // Undo cannot restore the button that had no source, so it keeps the pasted one, and
-        // the redo has nothing to write there either: it writes the two the undo restored.
+        // Undo cannot restore the button the frame never answered for, so it keeps the pasted
+        // one, and the redo has nothing to write there either: it writes the two the undo
+        // restored.
         model.undo();
         WAIT_FOR_WRITE_REQUESTS(editing, start + 3, 2);
         QCOMPARE(editing.frameRow(Bus::pgm, 2, 1, 3), QList<quint32>({201, 102, 203}));
@@ -268,16 +272,15 @@ private Q_SLOTS:
         QVERIFY(model.canRedo());
         QVERIFY(!model.canUndo());
 
-        // A batch that finds nothing to record for undo still writes, and still ends the
-        // redo history.
+        // Clearing an empty button is an edit too, and ends the redo history.
         history.clear();
         model.tap(1, 3);
         model.clearSelection();
         QVERIFY(!model.canRedo());
-        QVERIFY(!model.canUndo());
+        QVERIFY(model.canUndo());
         QCOMPARE(history.count(), 1);
 
-        // So does a choice in the source picker, although it records no undo.
+        // So does a choice in the source picker, which can itself be undone.
         QVERIFY(model.dropOnCell({sandboxSlotDrag(22)}, 1, 2));
         model.undo();
         QVERIFY(model.canRedo());
@@ -285,7 +288,7 @@ private Q_SLOTS:
         model.doubleTap(1, 2);
         model.choosePickerSource(705);
         QVERIFY(!model.canRedo());
-        QVERIFY(!model.canUndo());
+        QVERIFY(model.canUndo());
         QCOMPARE(history.count(), 1);
         QTRY_COMPARE(editing.onFrame(Bus::pgm, 1, 2), 705u);
         const quint16 sequence = editing.connection().msgCounter();

@@ -10,7 +10,7 @@ using namespace quorvane;
 namespace {
 UndoAction actionFor(int source)
 {
-    return UndoAction{{ButtonState{Bus::me1, 1, 1, source}}};
+    return UndoAction{{ButtonState{Bus::me1, 1, 1, source}}, {}};
 }
 } // namespace
 

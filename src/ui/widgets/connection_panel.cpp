@@ -4,6 +4,7 @@
 #include "connection_panel_rules.h"
 #include "editing_model.h"
 #include "link/gv_connection.h"
+#include "link_failure.h"
 #include "model/button_address.h"
 #include "no_paste_line_edit.h"
 
@@ -25,11 +26,13 @@ namespace {
 constexpr int progressSteps = 100;
 } // namespace
 
-ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, QWidget* parent)
+ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect,
+                                 LinkFailure& failure, QWidget* parent)
     : QWidget(parent)
     , m_model(model)
     , m_connection(model.connection())
     , m_reconnect(reconnect)
+    , m_failure(failure)
     , m_address(new NoPasteLineEdit(this))
     , m_suite(new QComboBox(this))
     , m_buttonCount(new QComboBox(this))
@@ -111,6 +114,10 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, 
     QObject::connect(m_stopReconnect, &QPushButton::clicked, &m_reconnect, &AutoReconnect::stop);
     QObject::connect(&m_reconnect, &AutoReconnect::progressChanged, this,
                      &ConnectionPanel::showConnectionState);
+    QObject::connect(&m_failure, &LinkFailure::changed, this,
+                     &ConnectionPanel::showConnectionState);
+    QObject::connect(&m_model, &EditingModel::editNoticeChanged, this,
+                     &ConnectionPanel::showConnectionState);
     for (auto changed :
          {&EditingModel::ipAddressChanged, &EditingModel::selectedSuiteChanged,
           &EditingModel::selectedButtonCountChanged, &EditingModel::showDebugLogChanged}) {
@@ -176,9 +183,8 @@ void ConnectionPanel::showConnectionState()
     const bool settingUp = state != ConnectionState::idle && state != ConnectionState::connected;
     m_progress->setVisible(settingUp);
     m_progress->setValue(int(m_connection.connectionProgress() * progressSteps));
-    const QString countdown = m_reconnect.countdownText();
-    m_status->setText(countdown.isEmpty() ? statusLineMessage(state, m_connection.statusMessage())
-                                          : countdown);
+    m_status->setText(statusLineText({state, m_connection.statusMessage(), m_failure.text(),
+                                      m_reconnect.countdownText(), m_model.editNotice()}));
     m_stopReconnect->setVisible(m_reconnect.isCountingDown());
     const QString frame =
         QString(m_connection.frameName() + u' ' + m_connection.frameVersion()).trimmed();

@@ -13,18 +13,20 @@ namespace quorvane {
 class AutoReconnect;
 class EditingModel;
 class GVConnection;
+class LinkFailure;
 class NoPasteLineEdit;
 
 // The top of the main window: frame address, suite and button count, the connect button, the
 // options to reconnect automatically and to show the debug log, and what the connection is
-// doing, or how long until it is tried again.
+// doing or why it ended, how long until it is tried again, and what the last edit could not do.
 class ConnectionPanel : public QWidget {
     Q_OBJECT
 
 public:
-    // The panel's choices live in `model`; the panel shows and edits them. `reconnect` follows
-    // the same connection.
-    ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, QWidget* parent = nullptr);
+    // The panel's choices live in `model`; the panel shows and edits them. `reconnect` and
+    // `failure` follow the same connection.
+    ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, LinkFailure& failure,
+                    QWidget* parent = nullptr);
 
     // A line under the controls that says where the frame is, e.g. the built-in demo frame.
     void setFrameNote(const QString& note);
@@ -56,6 +58,7 @@ private:
     EditingModel& m_model;
     GVConnection& m_connection;
     AutoReconnect& m_reconnect;
+    LinkFailure& m_failure;
     NoPasteLineEdit* m_address;
     QComboBox* m_suite;
     QComboBox* m_buttonCount;

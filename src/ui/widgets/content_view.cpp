@@ -6,6 +6,7 @@
 #include "debug_log_panel.h"
 #include "editing_model.h"
 #include "link/gv_connection.h"
+#include "link_failure.h"
 #include "sandbox_strip.h"
 #include "shortcut_filter.h"
 #include "source_picker_dialog.h"
@@ -13,6 +14,8 @@
 #include <QApplication>
 #include <QHBoxLayout>
 #include <QKeySequence>
+#include <QLabel>
+#include <QPushButton>
 #include <QScrollArea>
 #include <QSettings>
 #include <QSignalBlocker>
@@ -41,12 +44,13 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     , m_connection(std::make_unique<GVConnection>(preferences, logger))
     , m_model(std::make_unique<EditingModel>(*m_connection))
     , m_reconnect(std::make_unique<AutoReconnect>(*m_connection, preferences))
+    , m_linkFailure(std::make_unique<LinkFailure>(*m_connection))
 {
     // The last frame that answered is the one the operator most likely wants again.
     if (!m_connection->savedHost().isEmpty())
         m_model->setIpAddress(m_connection->savedHost());
 
-    m_panel = new ConnectionPanel(*m_model, *m_reconnect, this);
+    m_panel = new ConnectionPanel(*m_model, *m_reconnect, *m_linkFailure, this);
     m_busTabs = new QTabBar(this);
     for (Bus bus : allBuses)
         m_busTabs->addTab(busName(bus));
@@ -55,15 +59,22 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     m_undo->setIcon(QIcon::fromTheme(u"edit-undo"_s, style()->standardIcon(QStyle::SP_ArrowBack)));
     m_undo->setText(u"Undo"_s);
     m_undo->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    m_undo->setToolTip(u"Undo the last change ("_s + shortcutText(QKeySequence::Undo) + u')');
     m_redo = new QToolButton(this);
     m_redo->setIcon(
         QIcon::fromTheme(u"edit-redo"_s, style()->standardIcon(QStyle::SP_ArrowForward)));
     m_redo->setText(u"Redo"_s);
     m_redo->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    m_redo->setToolTip(
-        u"Redo the last undone change ("_s +
-        shortcutText(QKeyCombination(Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_Z)) + u')');
+
+    m_linkBanner = new QFrame(this);
+    m_linkBanner->setObjectName(u"linkBanner"_s);
+    m_linkBanner->setStyleSheet(u"#linkBanner { background: #3a2a1e; border: 1px solid #8a5a2b; "
+                                u"border-radius: 4px; }"_s);
+    m_linkBannerText = new QLabel(m_linkBanner);
+    m_linkBannerText->setWordWrap(true);
+    m_linkBannerConnect = new QPushButton(u"Connect"_s, m_linkBanner);
+    auto* bannerLayout = new QHBoxLayout(m_linkBanner);
+    bannerLayout->addWidget(m_linkBannerText, 1);
+    bannerLayout->addWidget(m_linkBannerConnect);
 
     m_model->setZoom(GridZoom::fromSetting(m_preferences.value(zoomKey).toString()));
     m_grid = new ButtonGridWidget(*m_model, this);
@@ -98,6 +109,7 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     auto* editingLayout = new QVBoxLayout(editing);
     editingLayout->setContentsMargins(0, 0, 0, 0);
     editingLayout->addLayout(busRow);
+    editingLayout->addWidget(m_linkBanner);
     editingLayout->addWidget(m_gridScroll, 1);
     editingLayout->addLayout(sandboxRow);
     auto* split = new QSplitter(Qt::Vertical, this);
@@ -130,16 +142,45 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     });
     QObject::connect(m_undo, &QToolButton::clicked, m_model.get(), &EditingModel::undo);
     QObject::connect(m_redo, &QToolButton::clicked, m_model.get(), &EditingModel::redo);
-    auto showUndo = [this] {
-        m_undo->setEnabled(m_model->canUndo());
-        m_redo->setEnabled(m_model->canRedo());
-    };
-    QObject::connect(m_model.get(), &EditingModel::undoHistoryChanged, this, showUndo);
+    QObject::connect(m_model.get(), &EditingModel::undoHistoryChanged, this,
+                     &ContentView::showUndo);
+    QObject::connect(m_linkBannerConnect, &QPushButton::clicked, m_panel,
+                     &ConnectionPanel::pressConnectButton);
+    QObject::connect(m_linkFailure.get(), &LinkFailure::changed, this,
+                     &ContentView::showLinkBanner);
+    QObject::connect(m_connection.get(), &GVConnection::connectionStateChanged, this,
+                     &ContentView::showLinkBanner);
     auto showLog = [this] { m_debugLog->setVisible(m_model->showDebugLog()); };
     QObject::connect(m_model.get(), &EditingModel::showDebugLogChanged, this, showLog);
     showBus();
     showUndo();
+    showLinkBanner();
     showLog();
+}
+
+void ContentView::showUndo()
+{
+    m_undo->setEnabled(m_model->canUndo());
+    m_redo->setEnabled(m_model->canRedo());
+    // Where the newest step belongs tells why it cannot be undone here.
+    const auto tip = [](const QString& place, const QString& nothing, const QString& verb,
+                        const QKeySequence& keys) -> QString {
+        return (place.isEmpty() ? nothing : verb + u": "_s + place) + u" ("_s + shortcutText(keys) +
+               u')';
+    };
+    m_undo->setToolTip(
+        tip(m_model->undoPlace(), u"Undo the last change"_s, u"Undo"_s, QKeySequence::Undo));
+    m_redo->setToolTip(tip(m_model->redoPlace(), u"Redo the last undone change"_s, u"Redo"_s,
+                           QKeyCombination(Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_Z)));
+}
+
+void ContentView::showLinkBanner()
+{
+    const bool lost =
+        m_linkFailure->hasFailure() && m_connection->connectionState() == ConnectionState::idle;
+    m_linkBannerText->setText(u"No link to the frame: "_s + m_linkFailure->text() +
+                              u". Nothing can be read or written until it is connected again."_s);
+    m_linkBanner->setVisible(lost);
 }
 
 ContentView::~ContentView() = default;

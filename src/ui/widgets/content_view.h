@@ -3,6 +3,8 @@
 #include <QWidget>
 #include <memory>
 
+class QLabel;
+class QPushButton;
 class QScrollArea;
 class QSettings;
 class QTabBar;
@@ -18,6 +20,7 @@ class DebugLogPanel;
 class DebugLogger;
 class EditingModel;
 class GVConnection;
+class LinkFailure;
 class SandboxStrip;
 class ShortcutFilter;
 class SourcePickerDialog;
@@ -34,12 +37,17 @@ public:
     GVConnection& connection() const { return *m_connection; }
     EditingModel& model() const { return *m_model; }
     AutoReconnect& autoReconnect() const { return *m_reconnect; }
+    LinkFailure& linkFailure() const { return *m_linkFailure; }
     DebugLogger& logger() const { return m_logger; }
 
     ConnectionPanel* connectionPanel() const { return m_panel; }
     QTabBar* busTabs() const { return m_busTabs; }
     QToolButton* undoButton() const { return m_undo; }
     QToolButton* redoButton() const { return m_redo; }
+    // Over the empty grid while a failure ended the link: what happened, and Connect.
+    QWidget* linkBanner() const { return m_linkBanner; }
+    QLabel* linkBannerText() const { return m_linkBannerText; }
+    QPushButton* linkBannerConnectButton() const { return m_linkBannerConnect; }
     ButtonGridWidget* grid() const { return m_grid; }
     QScrollArea* gridScrollArea() const { return m_gridScroll; }
     SandboxStrip* sandbox() const { return m_sandbox; }
@@ -59,16 +67,22 @@ protected:
 
 private:
     void showBus();
+    void showUndo();
+    void showLinkBanner();
 
     QSettings& m_preferences;
     DebugLogger& m_logger;
     std::unique_ptr<GVConnection> m_connection;
     std::unique_ptr<EditingModel> m_model;
     std::unique_ptr<AutoReconnect> m_reconnect;
+    std::unique_ptr<LinkFailure> m_linkFailure;
     ConnectionPanel* m_panel;
     QTabBar* m_busTabs;
     QToolButton* m_undo;
     QToolButton* m_redo;
+    QWidget* m_linkBanner;
+    QLabel* m_linkBannerText;
+    QPushButton* m_linkBannerConnect;
     ButtonGridWidget* m_grid;
     QScrollArea* m_gridScroll;
     SandboxStrip* m_sandbox;
