@@ -44,6 +44,7 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, 
     , m_allBuses(new QLabel(u"All buses loaded"_s, this))
     , m_frameNote(new QLabel(this))
     , m_stopReconnect(new QPushButton(u"Cancel"_s, this))
+    , m_lookup(m_connection.logger())
 {
     m_address->setPlaceholderText(u"IP Address"_s);
     m_address->setMinimumWidth(140);
@@ -111,6 +112,17 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, 
     QObject::connect(m_stopReconnect, &QPushButton::clicked, &m_reconnect, &AutoReconnect::stop);
     QObject::connect(&m_reconnect, &AutoReconnect::progressChanged, this,
                      &ConnectionPanel::showConnectionState);
+    QObject::connect(&m_lookup, &FrameAddressLookup::found, this, &ConnectionPanel::connectTo);
+    QObject::connect(&m_lookup, &FrameAddressLookup::failed, this,
+                     &ConnectionPanel::showLookupFailure);
+    // A lookup is for the text it started from; the field is locked meanwhile, so only the
+    // program (opening a show, the demo frame) changes it, and the new text is what counts.
+    QObject::connect(&m_model, &EditingModel::ipAddressChanged, this, [this] {
+        if (m_lookup.isLookingUp()) {
+            m_lookup.cancel();
+            showConnectionState();
+        }
+    });
     for (auto changed :
          {&EditingModel::ipAddressChanged, &EditingModel::selectedSuiteChanged,
           &EditingModel::selectedButtonCountChanged, &EditingModel::showDebugLogChanged}) {
@@ -154,13 +166,19 @@ void ConnectionPanel::setFrameNote(const QString& note)
 void ConnectionPanel::pressConnectButton()
 {
     m_reconnect.stop();
+    if (m_lookup.isLookingUp()) {
+        m_lookup.cancel();
+        showConnectionState();
+        return;
+    }
     switch (connectButtonAction(m_connection.isConnected(), m_connection.connectionState())) {
     case ConnectAction::disconnect:
         m_connection.disconnect();
         break;
     case ConnectAction::connect:
-        m_connection.connect(m_model.ipAddress(), m_model.selectedSuite(),
-                             m_model.selectedButtonCount());
+        m_lookupFailure.clear();
+        m_lookup.start(m_model.ipAddress());
+        showConnectionState();
         break;
     case ConnectAction::cancel:
         m_connection.cancelConnect();
@@ -168,17 +186,36 @@ void ConnectionPanel::pressConnectButton()
     }
 }
 
+void ConnectionPanel::connectTo(const QString& address, const QString& name)
+{
+    m_connection.connect(address, m_model.selectedSuite(), m_model.selectedButtonCount(), name);
+}
+
+void ConnectionPanel::showLookupFailure(const QString& reason)
+{
+    m_lookupFailure = reason;
+    showConnectionState();
+}
+
 void ConnectionPanel::showConnectionState()
 {
     const ConnectionState state = m_connection.connectionState();
-    m_connect->setText(connectButtonLabel(state));
+    const bool idle = state == ConnectionState::idle;
+    // Until the next connect, whatever the connection says next ("Disconnected") would hide why
+    // this one never began.
+    if (!idle)
+        m_lookupFailure.clear();
+    const bool lookingUp = m_lookup.isLookingUp();
+    m_connect->setText(lookingUp ? u"Cancel"_s : connectButtonLabel(state));
     m_state->setText(connectionStateText(state));
     const bool settingUp = state != ConnectionState::idle && state != ConnectionState::connected;
     m_progress->setVisible(settingUp);
     m_progress->setValue(int(m_connection.connectionProgress() * progressSteps));
     const QString countdown = m_reconnect.countdownText();
-    m_status->setText(countdown.isEmpty() ? statusLineMessage(state, m_connection.statusMessage())
-                                          : countdown);
+    const QString lookup = lookingUp ? m_lookup.progressText() : m_lookupFailure;
+    m_status->setText(!countdown.isEmpty() ? countdown
+                      : !lookup.isEmpty()  ? lookup
+                                          : statusLineMessage(state, m_connection.statusMessage()));
     m_stopReconnect->setVisible(m_reconnect.isCountingDown());
     const QString frame =
         QString(m_connection.frameName() + u' ' + m_connection.frameVersion()).trimmed();
@@ -186,9 +223,8 @@ void ConnectionPanel::showConnectionState()
     m_frame->setVisible(!frame.isEmpty());
     m_allBuses->setVisible(m_connection.hasLoadedAllBuses());
     // The panel's choices apply to the next connect; while one runs they stay as they are.
-    const bool idle = state == ConnectionState::idle;
-    m_address->setEnabled(idle);
-    m_suite->setEnabled(idle);
+    m_address->setEnabled(idle && !lookingUp);
+    m_suite->setEnabled(idle && !lookingUp);
     showHeartbeat();
 }
 
