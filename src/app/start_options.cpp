@@ -26,7 +26,7 @@ void declareOptions(QCommandLineParser& parser)
          u"Open a show file offline: the built-in frame serves it on 127.0.0.1, to edit it "
          u"without the switcher and save it back."_s,
          u"file"_s},
-        {u"host"_s, u"The frame's IPv4 address."_s, u"address"_s},
+        {u"host"_s, u"The frame's IPv4 address or host name."_s, u"address"_s},
         {u"suite"_s, u"The panel suite, 1 to 4."_s, u"n"_s},
         {u"buttons"_s, u"Buttons per row: 15, 20, 25 or 35."_s, u"n"_s},
         {u"connect"_s, u"Connect at once."_s},

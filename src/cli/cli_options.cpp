@@ -1,6 +1,6 @@
 #include "cli_options.h"
 
-#include "host_address.h"
+#include "link/host_address.h"
 #include "project_info.h"
 
 #include <QCommandLineParser>

@@ -58,7 +58,7 @@ bool GVConnection::isConnectionTaskRunning() const
     return m_connectionTask && !m_connectionTask->isReady();
 }
 
-void GVConnection::connect(const QString& host, int suite, int buttonCount)
+void GVConnection::connect(const QString& host, int suite, int buttonCount, const QString& savedAs)
 {
     if (m_session)
         m_session->cancelled = true;
@@ -82,10 +82,10 @@ void GVConnection::connect(const QString& host, int suite, int buttonCount)
 
     m_ignoredSenders.clear();
     m_session = std::make_shared<CancelToken>();
-    m_connectionTask = runConnection(host, m_session);
+    m_connectionTask = runConnection(savedAs.isEmpty() ? host : savedAs, m_session);
 }
 
-QCoro::Task<> GVConnection::runConnection(QString host, Token token)
+QCoro::Task<> GVConnection::runConnection(QString savedAs, Token token)
 {
     QPointer<GVConnection> self(this);
     // The task starts on the next turn of the event loop: connect returns in `connecting`.
@@ -94,7 +94,7 @@ QCoro::Task<> GVConnection::runConnection(QString host, Token token)
         co_return;
     co_await performHandshake(token);
     if (self && !token->cancelled && m_isConnected)
-        saveHost(host);
+        saveHost(savedAs);
 }
 
 void GVConnection::disconnect()

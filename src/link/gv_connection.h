@@ -101,8 +101,11 @@ public:
     }
     quint16 subIdCounter() const { return m_subIdCounter; }
 
-    // Starts connecting to `host`; suite and button count are corrected, never refused.
-    void connect(const QString& host, int suite, int buttonCount);
+    // Starts connecting to `host`; suite and button count are corrected, never refused. A
+    // successful connect saves `savedAs` when given (the name `host` was looked up from, so the
+    // address field shows the name again next time), else `host`.
+    void connect(const QString& host, int suite, int buttonCount,
+                 const QString& savedAs = QString());
     // Tears the link down and forgets what was read from the frame. Safe in any state.
     void disconnect();
     // The panel's Cancel while a connect runs: stops the connect task, then disconnects.
@@ -196,7 +199,7 @@ private:
     quint16 nextSequence();
 
     // The connect sequence
-    QCoro::Task<> runConnection(QString host, Token token);
+    QCoro::Task<> runConnection(QString savedAs, Token token);
     QCoro::Task<> performHandshake(Token token);
     void handleHandshakeMain(const QByteArray& datagram, int& stage, bool& complete);
     void handleHandshakeListener(const Datagram& datagram, int& stage);

@@ -1,6 +1,7 @@
 // The connection's sockets: creating them, sending one datagram, receiving one datagram.
 #include "diagnostics/programming_error.h"
 #include "gv_connection.h"
+#include "host_address.h"
 #include "suspend.h"
 
 #include <QHostAddress>
@@ -14,13 +15,10 @@ namespace quorvane {
 std::optional<QHostAddress> GVConnection::dottedIPv4(const QString& host)
 {
     // Only the frame's dotted IPv4 address is usable: "10.1" or a name is refused, as the
-    // frame's own tools would.
-    QHostAddress address;
-    if (host.count(u'.') != 3 || !address.setAddress(host) ||
-        address.protocol() != QAbstractSocket::IPv4Protocol) {
+    // frame's own tools would. Names are looked up before they get here.
+    if (!isDottedIPv4(host))
         return std::nullopt;
-    }
-    return address;
+    return QHostAddress(host);
 }
 
 UdpEndpoint* GVConnection::createUDPSocket(quint16 port)

@@ -32,7 +32,7 @@ QString statusLineMessage(ConnectionState state, const QString& statusMessage)
 
 QString statusLineText(const StatusLineParts& parts)
 {
-    QString status = parts.countdown;
+    QString status = parts.pending;
     if (status.isEmpty())
         status = parts.failure;
     if (status.isEmpty())

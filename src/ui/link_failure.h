@@ -28,6 +28,8 @@ public:
 
     // A failure found before the connection could start, e.g. an address it cannot use.
     void record(const QString& reason);
+    // The user starts again: what ended the last attempt is no longer news.
+    void forget();
     // The statuses of the connection that end a link or a connect.
     static bool isFailureStatus(const QString& status);
     // The clock the failures are timed with; tests give their own.
@@ -37,8 +39,6 @@ Q_SIGNALS:
     void changed();
 
 private:
-    void forget();
-
     GVConnection& m_connection;
     Clock m_clock = [] { return QTime::currentTime(); };
     QString m_reason;

@@ -1,5 +1,6 @@
 // The main window at work against the emulated frame, driven by real Qt events: clicks, keys,
 // drops, the connect button and the source picker.
+#include "connection_panel_rules.h"
 #include "demo_frame.h"
 #include "desk.h"
 #include "no_paste_line_edit.h"
@@ -7,13 +8,38 @@
 #include "source_picker_dialog.h"
 
 #include <QKeySequence>
+#include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
+#include <QRegularExpression>
+#include <QSignalSpy>
 #include <QToolButton>
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
 using namespace quorvane::test;
+
+namespace {
+// Any resolver answers about localhost and ".invalid" within this; a handshake would wait
+// for the frame for twice as long.
+constexpr int lookupTimeoutMs = 5'000;
+
+// Empties the address field, then types `text` into it key by key; true if the field took it.
+bool typeAddress(Desk& desk, const QString& text)
+{
+    desk.model.setIpAddress(QString());
+    QTest::keyClicks(desk.view.connectionPanel()->addressField(), text);
+    return desk.model.ipAddress() == text;
+}
+
+// The status line keeps a failure with the time it happened.
+bool showsFailure(const ConnectionPanel& panel, const QString& reason)
+{
+    static const QRegularExpression timed(u"^(.*) at \\d\\d:\\d\\d:\\d\\d$"_s);
+    const QRegularExpressionMatch match = timed.match(panel.statusLabel()->text());
+    return match.hasMatch() && match.captured(1) == reason;
+}
+} // namespace
 
 class TestMainView : public QObject {
     Q_OBJECT
@@ -57,6 +83,98 @@ private Q_SLOTS:
         // A second connection was never started.
         QCOMPARE(desk.frame.receivedOfKind(emulator::ClientMessageKind::clientIdFirst).size(), 1);
         QCOMPARE(desk.connection.connectionState(), ConnectionState::idle);
+    }
+
+    void aHostNameConnectsAsItsAddressWouldAndIsRemembered()
+    {
+        Desk desk;
+        QVERIFY(desk.start());
+        QVERIFY(typeAddress(desk, u"localhost"_s));
+        ConnectionPanel& panel = *desk.view.connectionPanel();
+        QTest::mouseClick(panel.connectButton(), Qt::LeftButton);
+        // The name is being looked up; the connection has not begun yet.
+        QCOMPARE(panel.connectButton()->text(), u"Cancel"_s);
+        QCOMPARE(panel.statusLabel()->text(), u"Looking up localhost..."_s);
+        QVERIFY(!panel.addressField()->isEnabled());
+        QCOMPARE(desk.connection.connectionState(), ConnectionState::idle);
+
+        QTRY_VERIFY(desk.connection.connectionState() != ConnectionState::idle);
+        const QStringList messages = loggedMessages(desk.logger);
+        QVERIFY(messages.contains(u"[INFO] Resolved localhost to 127.0.0.1"_s));
+        QVERIFY(messages.contains(u"[INFO] Connect requested to 127.0.0.1 on Suite 1 (ports "
+                                  u"6132/6133), 35-button mode"_s));
+        QCOMPARE(desk.connection.targetHost(), u"127.0.0.1"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(desk.connection.connectionState(), ConnectionState::connected,
+                                  connectTimeoutMs);
+        QVERIFY(!desk.frame.received().isEmpty());
+        // The name typed is what the field shows next time, not the address it stood for.
+        QCOMPARE(desk.connection.savedHost(), u"localhost"_s);
+        QCOMPARE(desk.preferences.value(GVConnection::lastHostKey).toString(), u"localhost"_s);
+        QCOMPARE(panel.addressField()->text(), u"localhost"_s);
+    }
+
+    void anUnknownNameOrAShortAddressFailsAtOnceAndSaysWhy()
+    {
+        Desk desk;
+        QVERIFY(desk.start());
+        ConnectionPanel& panel = *desk.view.connectionPanel();
+        QSignalSpy stateChanges(&desk.connection, &GVConnection::connectionStateChanged);
+        QVERIFY(typeAddress(desk, u"frame-a.invalid"_s));
+        QTest::mouseClick(panel.connectButton(), Qt::LeftButton);
+        QCOMPARE(panel.statusLabel()->text(), u"Looking up frame-a.invalid..."_s);
+        // Far sooner than a handshake would give up.
+        QTRY_VERIFY_WITH_TIMEOUT(showsFailure(panel, u"Cannot find frame-a.invalid"_s),
+                                 lookupTimeoutMs);
+        QCOMPARE(panel.connectButton()->text(), u"Connect"_s);
+        QCOMPARE(panel.stateLabel()->text(), u"Disconnected"_s);
+        QVERIFY(panel.addressField()->isEnabled());
+
+        // The next attempt replaces the reason; a short address never gets to a lookup.
+        QVERIFY(typeAddress(desk, u"10.0.0"_s));
+        QTest::mouseClick(panel.connectButton(), Qt::LeftButton);
+        QVERIFY(showsFailure(panel, u"Not an IPv4 address or host name: 10.0.0"_s));
+        QVERIFY(desk.view.linkBanner()->isVisible());
+        QCOMPARE(panel.connectButton()->text(), u"Connect"_s);
+        const QStringList messages = loggedMessages(desk.logger);
+        QVERIFY(!messages.contains(u"[INFO] Looking up 10.0.0"_s));
+        QVERIFY(messages.contains(u"[WARN] Not an IPv4 address or host name: 10.0.0"_s));
+
+        // Nothing reached the frame and no connection was begun.
+        QVERIFY(desk.frame.received().isEmpty());
+        QCOMPARE(stateChanges.size(), 0);
+        QCOMPARE(desk.connection.savedHost(), QString());
+
+        // A good address connects, and the reason is gone with the attempt.
+        QVERIFY(typeAddress(desk, u"127.0.0.1"_s));
+        QVERIFY(desk.connectAndWait());
+        QCOMPARE(panel.statusLabel()->text(),
+                 statusLineMessage(ConnectionState::connected, desk.connection.statusMessage()));
+        QVERIFY(!panel.statusLabel()->text().contains(u"10.0.0"_s));
+    }
+
+    void cancelWhileLookingUp()
+    {
+        Desk desk;
+        QVERIFY(desk.start());
+        ConnectionPanel& panel = *desk.view.connectionPanel();
+        QVERIFY(typeAddress(desk, u"localhost"_s));
+        QTest::mouseClick(panel.connectButton(), Qt::LeftButton);
+        QCOMPARE(panel.connectButton()->text(), u"Cancel"_s);
+        QTest::mouseClick(panel.connectButton(), Qt::LeftButton);
+        QCOMPARE(panel.connectButton()->text(), u"Connect"_s);
+        QCOMPARE(panel.statusLabel()->text(), QString());
+        QVERIFY(panel.addressField()->isEnabled());
+        QVERIFY(loggedMessages(desk.logger).contains(u"[INFO] Lookup of localhost abandoned"_s));
+
+        // localhost comes from the hosts file, far sooner than an answer about ".invalid": had
+        // the abandoned lookup still been heard, the connection would have begun by then.
+        QSignalSpy stateChanges(&desk.connection, &GVConnection::connectionStateChanged);
+        QVERIFY(typeAddress(desk, u"frame-a.invalid"_s));
+        QTest::mouseClick(panel.connectButton(), Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(showsFailure(panel, u"Cannot find frame-a.invalid"_s),
+                                 lookupTimeoutMs);
+        QCOMPARE(stateChanges.size(), 0);
+        QVERIFY(desk.frame.received().isEmpty());
     }
 
     void clicksShiftClicksAndColumns()

@@ -1,6 +1,6 @@
 // Reading the command line: defaults, refusals with one clear reason, and the help text.
 #include "cli_options.h"
-#include "host_address.h"
+#include "link/host_address.h"
 #include "project_info.h"
 
 #include <QRegularExpression>

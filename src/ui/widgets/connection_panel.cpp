@@ -47,6 +47,7 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect,
     , m_allBuses(new QLabel(u"All buses loaded"_s, this))
     , m_frameNote(new QLabel(this))
     , m_stopReconnect(new QPushButton(u"Cancel"_s, this))
+    , m_lookup(m_connection.logger())
 {
     m_address->setPlaceholderText(u"IP Address"_s);
     m_address->setMinimumWidth(140);
@@ -118,6 +119,16 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect,
                      &ConnectionPanel::showConnectionState);
     QObject::connect(&m_model, &EditingModel::editNoticeChanged, this,
                      &ConnectionPanel::showConnectionState);
+    QObject::connect(&m_lookup, &FrameAddressLookup::found, this, &ConnectionPanel::connectTo);
+    QObject::connect(&m_lookup, &FrameAddressLookup::failed, &m_failure, &LinkFailure::record);
+    // A lookup is for the text it started from; the field is locked meanwhile, so only the
+    // program (opening a show, the demo frame) changes it, and the new text is what counts.
+    QObject::connect(&m_model, &EditingModel::ipAddressChanged, this, [this] {
+        if (m_lookup.isLookingUp()) {
+            m_lookup.cancel();
+            showConnectionState();
+        }
+    });
     for (auto changed :
          {&EditingModel::ipAddressChanged, &EditingModel::selectedSuiteChanged,
           &EditingModel::selectedButtonCountChanged, &EditingModel::showDebugLogChanged}) {
@@ -161,13 +172,19 @@ void ConnectionPanel::setFrameNote(const QString& note)
 void ConnectionPanel::pressConnectButton()
 {
     m_reconnect.stop();
+    if (m_lookup.isLookingUp()) {
+        m_lookup.cancel();
+        showConnectionState();
+        return;
+    }
     switch (connectButtonAction(m_connection.isConnected(), m_connection.connectionState())) {
     case ConnectAction::disconnect:
         m_connection.disconnect();
         break;
     case ConnectAction::connect:
-        m_connection.connect(m_model.ipAddress(), m_model.selectedSuite(),
-                             m_model.selectedButtonCount());
+        m_failure.forget();
+        m_lookup.start(m_model.ipAddress());
+        showConnectionState();
         break;
     case ConnectAction::cancel:
         m_connection.cancelConnect();
@@ -175,16 +192,24 @@ void ConnectionPanel::pressConnectButton()
     }
 }
 
+void ConnectionPanel::connectTo(const QString& address, const QString& name)
+{
+    m_connection.connect(address, m_model.selectedSuite(), m_model.selectedButtonCount(), name);
+}
+
 void ConnectionPanel::showConnectionState()
 {
     const ConnectionState state = m_connection.connectionState();
-    m_connect->setText(connectButtonLabel(state));
+    const bool idle = state == ConnectionState::idle;
+    const bool lookingUp = m_lookup.isLookingUp();
+    m_connect->setText(lookingUp ? u"Cancel"_s : connectButtonLabel(state));
     m_state->setText(connectionStateText(state));
     const bool settingUp = state != ConnectionState::idle && state != ConnectionState::connected;
     m_progress->setVisible(settingUp);
     m_progress->setValue(int(m_connection.connectionProgress() * progressSteps));
-    m_status->setText(statusLineText({state, m_connection.statusMessage(), m_failure.text(),
-                                      m_reconnect.countdownText(), m_model.editNotice()}));
+    const QString pending = lookingUp ? m_lookup.progressText() : m_reconnect.countdownText();
+    m_status->setText(statusLineText(
+        {state, m_connection.statusMessage(), m_failure.text(), pending, m_model.editNotice()}));
     m_stopReconnect->setVisible(m_reconnect.isCountingDown());
     const QString frame =
         QString(m_connection.frameName() + u' ' + m_connection.frameVersion()).trimmed();
@@ -192,9 +217,8 @@ void ConnectionPanel::showConnectionState()
     m_frame->setVisible(!frame.isEmpty());
     m_allBuses->setVisible(m_connection.hasLoadedAllBuses());
     // The panel's choices apply to the next connect; while one runs they stay as they are.
-    const bool idle = state == ConnectionState::idle;
-    m_address->setEnabled(idle);
-    m_suite->setEnabled(idle);
+    m_address->setEnabled(idle && !lookingUp);
+    m_suite->setEnabled(idle && !lookingUp);
     showHeartbeat();
 }
 

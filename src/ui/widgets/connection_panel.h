@@ -1,5 +1,7 @@
 #pragma once
 
+#include "frame_address.h"
+
 #include <QWidget>
 
 class QCheckBox;
@@ -32,7 +34,8 @@ public:
     void setFrameNote(const QString& note);
 
     // What a press of the connect button does: connect, cancel the set-up, or disconnect. The
-    // user takes over from an automatic reconnect either way.
+    // user takes over from an automatic reconnect either way. A connect first finds the
+    // frame's address (a host name is looked up; Cancel abandons the lookup).
     void pressConnectButton();
 
     NoPasteLineEdit* addressField() const { return m_address; }
@@ -54,6 +57,8 @@ private:
     void showChoices();
     void showConnectionState();
     void showHeartbeat();
+    void connectTo(const QString& address, const QString& name);
+    // Why the typed address led nowhere, shown on the status line until the next connect.
 
     EditingModel& m_model;
     GVConnection& m_connection;
@@ -73,6 +78,7 @@ private:
     QLabel* m_allBuses;
     QLabel* m_frameNote;
     QPushButton* m_stopReconnect;
+    FrameAddressLookup m_lookup;
 };
 
 } // namespace quorvane
