@@ -1,13 +1,16 @@
 #include "info_windows.h"
 
+#include "help_text.h"
 #include "project_info.h"
 #include "window_style.h"
 
+#include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QScreen>
 #include <QScrollArea>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -54,11 +57,8 @@ QWidget* helpContent()
                             u"Eng Setup > Node Settings\n\n"
                             u"Note: The frame must be accessible from the device running this "
                             u"app."_s));
-    addSection(*layout, u"Copy & Paste"_s,
-               {u"Select one or more buttons horizontally or vertically"_s, u"Press ⌘C to copy"_s,
-                u"Select destination button(s) and press ⌘V to paste"_s,
-                u"If you copy multiple buttons but only select one destination, all copied "
-                u"buttons will paste starting from that position"_s});
+    const KeyNames keys = platformKeyNames();
+    addSection(*layout, u"Copy & Paste"_s, copyAndPastePoints(keys));
     addSection(*layout, u"Drag & Drop"_s,
                {u"Drag a source from the sandbox area onto any button"_s,
                 u"The button will be assigned that source"_s,
@@ -71,17 +71,10 @@ QWidget* helpContent()
     layout->addSpacing(6);
     layout->addWidget(label(u"Keyboard Shortcuts"_s, 14, true));
     auto* table = new QGridLayout;
-    const std::pair<QString, QString> shortcuts[] = {
-        {u"⌘ C"_s, u"Copy selected button(s)"_s},
-        {u"⌘ V"_s, u"Paste to selected button(s)"_s},
-        {u"Delete"_s, u"Clear selected button(s)"_s},
-        {u"Click"_s, u"Select a button"_s},
-        {u"Shift + Click"_s, u"Select range of buttons"_s},
-        {u"⌘ + Click"_s, u"Add/remove from selection"_s}};
     int row = 0;
-    for (const auto& [key, action] : shortcuts) {
-        table->addWidget(label(key, 0, true), row, 0);
-        table->addWidget(label(action), row, 1);
+    for (const HelpShortcut& shortcut : helpShortcuts(keys)) {
+        table->addWidget(label(shortcut.key, 0, true), row, 0);
+        table->addWidget(label(shortcut.action), row, 1);
         ++row;
     }
     table->setColumnStretch(1, 1);
@@ -146,7 +139,13 @@ QWidget* InfoWindows::open(const QString& title, QWidget* content, QSize size)
     window->setPalette(palette);
     window->setAutoFillBackground(true);
     auto* layout = new QVBoxLayout(window);
-    layout->addWidget(content);
+    layout->addWidget(content, 1);
+    // Closed by its button or by Escape, as a dialog is.
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, window, &QWidget::close);
+    layout->addWidget(buttons);
+    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), window);
+    QObject::connect(escape, &QShortcut::activated, window, &QWidget::close);
     window->setFixedSize(size);
     if (const QScreen* screen = QGuiApplication::primaryScreen()) {
         QRect frame(QPoint(), size);

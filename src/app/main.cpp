@@ -39,17 +39,27 @@ int describeProgram(StartRequest request)
     return 0;
 }
 
+int refuseArguments(const QString& error)
+{
+    std::fprintf(stderr, "quorvane: %s\n", qPrintable(error));
+    return 2;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    // --help and --version need no window system, so they work without a display. Qt's own
-    // options (-platform …) are only understood once QApplication has taken them out: with those
-    // on the command line, the answer comes after it.
+    // --help, --version and a refused option need no window system, so they work without a
+    // display. Qt's own options (-platform …) are only understood once QApplication has taken
+    // them out: with an option unknown here on the command line, the answer comes after it.
     if (const ParsedStart early = parseStartOptions(commandLine(argc, argv));
-        early.error.isEmpty() && early.options.request != StartRequest::run) {
-        const QCoreApplication app(argc, argv);
-        return describeProgram(early.options.request);
+        !early.unknownOption) {
+        if (!early.error.isEmpty())
+            return refuseArguments(early.error);
+        if (early.options.request != StartRequest::run) {
+            const QCoreApplication app(argc, argv);
+            return describeProgram(early.options.request);
+        }
     }
 
     QApplication app(argc, argv);
@@ -57,10 +67,8 @@ int main(int argc, char** argv)
     QApplication::setOrganizationName(u"Quorvane"_s);
     QGuiApplication::setDesktopFileName(desktopId.toString());
     const ParsedStart start = parseStartOptions(QApplication::arguments());
-    if (!start.error.isEmpty()) {
-        std::fprintf(stderr, "quorvane: %s\n", qPrintable(start.error));
-        return 2;
-    }
+    if (!start.error.isEmpty())
+        return refuseArguments(start.error);
     if (start.options.request != StartRequest::run)
         return describeProgram(start.options.request);
     useDarkLook(app);

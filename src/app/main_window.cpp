@@ -1,11 +1,13 @@
 #include "main_window.h"
 
 #include "content_view.h"
+#include "edit_menu.h"
 #include "editing_model.h"
 #include "link/gv_connection.h"
 #include "menus.h"
 #include "offline_show.h"
 #include "panel_sheet.h"
+#include "remembered_settings.h"
 #include "show_file_transfer.h"
 #include "window_geometry.h"
 #include "window_style.h"
@@ -20,6 +22,7 @@
 #include <QMessageBox>
 #include <QSaveFile>
 #include <QScreen>
+#include <QSettings>
 
 using namespace Qt::StringLiterals;
 
@@ -27,9 +30,11 @@ namespace quorvane {
 
 MainWindow::MainWindow(QSettings& preferences, DebugLogger& logger, QWidget* parent)
     : QMainWindow(parent)
+    , m_preferences(preferences)
     , m_content(new ContentView(preferences, logger, this))
 {
     setCentralWidget(m_content);
+    new RememberedSettings(preferences, m_content->model(), this);
 #ifdef Q_OS_MACOS
     setUnifiedTitleAndToolBarOnMac(true);
 #endif
@@ -51,6 +56,7 @@ MainWindow::MainWindow(QSettings& preferences, DebugLogger& logger, QWidget* par
     };
     updateTitle();
     EditingModel& model = m_content->model();
+    m_editMenu = new EditMenu(*menuBar(), model);
     m_viewMenu =
         buildViewMenu(*menuBar(), {[&model] { model.zoomIn(); }, [&model] { model.zoomOut(); },
                                    [&model] { model.setZoom(GridZoom::actualSize()); },
@@ -70,17 +76,42 @@ void MainWindow::closeEvent(QCloseEvent* event)
     QMainWindow::closeEvent(event);
 }
 
+void MainWindow::moveEvent(QMoveEvent* event)
+{
+    QMainWindow::moveEvent(event);
+    rememberGeometry();
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event)
+{
+    QMainWindow::resizeEvent(event);
+    rememberGeometry();
+}
+
+void MainWindow::rememberGeometry()
+{
+    if (m_placed)
+        m_preferences.setValue(geometryKey.toString(), normalGeometry());
+}
+
 void MainWindow::setUpWindow()
 {
-    if (const QScreen* screen = QGuiApplication::primaryScreen())
+    QList<QRect> screens;
+    for (const QScreen* screen : QGuiApplication::screens())
+        screens.append(screen->availableGeometry());
+    const QRect saved = m_preferences.value(geometryKey.toString()).toRect();
+    if (isOnAScreen(saved, screens))
+        setGeometry(saved);
+    else if (const QScreen* screen = QGuiApplication::primaryScreen())
         setGeometry(mainWindowFrame(QRectF(screen->availableGeometry())).toRect());
+    m_placed = true;
     QPalette colours = palette();
     colours.setColor(QPalette::Window, windowBackground());
     setPalette(colours);
     updateTitle();
-    // The stock menus go; the grid's zoom under View is the program's own and stays.
-    trimMenuBar(*menuBar());
-    placeViewMenu(*menuBar(), *m_viewMenu);
+    // The stock menus go; the grid's Edit commands and its zoom under View are the program's
+    // own and stay.
+    trimMenuBar(*menuBar(), {m_editMenu->menu(), m_viewMenu});
 }
 
 void MainWindow::exportMappings()

@@ -17,6 +17,7 @@ namespace quorvane {
 
 class ContentView;
 class DebugLogger;
+class EditMenu;
 class OfflineShow;
 
 // The program's one main window: the main view, the menus, the Help and About windows, the
@@ -31,10 +32,15 @@ public:
 
     ContentView& contentView() const { return *m_content; }
     InfoWindows& infoWindows() { return m_infoWindows; }
+    EditMenu& editMenu() const { return *m_editMenu; }
 
-    // 80 % of the primary screen, centred, title and colour: run 0.1 s after launch, when the
-    // window system has placed the window.
+    // Where the window was last time when that is still on a screen, else 80 % of the primary
+    // screen, centred; then title and colour. Run 0.1 s after launch, when the window system has
+    // placed the window. From then on the window's place is remembered.
     void setUpWindow();
+
+    // Where the window's place and size are kept between runs.
+    static constexpr QStringView geometryKey = u"Quorvane.windowGeometry";
 
     // Starts the built-in demo frame and points the panel at it; the reason when it cannot.
     std::optional<QString> startDemoFrame();
@@ -56,6 +62,8 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void openShowFromDialog();
@@ -65,14 +73,18 @@ private:
     bool settleUnsavedEdits();
     void stopLocalFrames();
     void updateTitle();
+    void rememberGeometry();
 
+    QSettings& m_preferences;
     ContentView* m_content;
+    EditMenu* m_editMenu;
     QMenu* m_viewMenu;
     FileMenu m_fileMenu;
     InfoWindows m_infoWindows;
     std::unique_ptr<emulator::FrameEmulator> m_demoFrame;
     std::unique_ptr<OfflineShow> m_offline;
     SaveQuestion m_saveQuestion;
+    bool m_placed = false; // set up: moves and resizes from now on are the operator's
 };
 
 } // namespace quorvane

@@ -18,6 +18,17 @@ QKeySequence helpShortcut()
     return QKeySequence::HelpContents;
 #endif
 }
+
+// Before "Help", or last when there is none.
+void placeViewMenu(QMenuBar& bar, QMenu& view)
+{
+    QAction* before = nullptr;
+    for (QAction* menu : bar.actions()) {
+        if (menu->text() == u"Help"_s)
+            before = menu;
+    }
+    bar.insertMenu(before, &view);
+}
 } // namespace
 
 FileMenu buildMenus(QMenuBar& bar, const MenuActions& actions)
@@ -74,19 +85,7 @@ QMenu* buildViewMenu(QMenuBar& bar, const ZoomActions& actions)
     return view;
 }
 
-void placeViewMenu(QMenuBar& bar, QMenu& view)
-{
-    if (bar.actions().contains(view.menuAction()))
-        return;
-    QAction* before = nullptr;
-    for (QAction* menu : bar.actions()) {
-        if (menu->text() == u"Help"_s)
-            before = menu;
-    }
-    bar.insertMenu(before, &view);
-}
-
-void trimMenuBar(QMenuBar& bar)
+void trimMenuBar(QMenuBar& bar, const QList<const QMenu*>& own)
 {
     const QList<QAction*> menus = bar.actions();
     if (menus.isEmpty())
@@ -94,7 +93,7 @@ void trimMenuBar(QMenuBar& bar)
     menus.first()->setText(u"Quorvane"_s);
     for (const QString& title : {u"Edit"_s, u"View"_s, u"Window"_s}) {
         for (QAction* menu : bar.actions()) {
-            if (menu->text() == title) {
+            if (menu->text() == title && !own.contains(menu->menu())) {
                 bar.removeAction(menu);
                 break;
             }

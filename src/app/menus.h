@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <functional>
 
 class QAction;
@@ -39,11 +40,11 @@ struct ZoomActions {
 
 // The "View" menu: the grid's zoom, with the usual shortcuts. It is put before "Help".
 QMenu* buildViewMenu(QMenuBar& bar, const ZoomActions& actions);
-// Puts the program's own View menu back before "Help" once trimming has removed it.
-void placeViewMenu(QMenuBar& bar, QMenu& view);
 
 // Names the application menu "Quorvane" and removes the first "Edit", "View" and "Window"
-// menus, whichever of them exist: the program offers nothing under them.
-void trimMenuBar(QMenuBar& bar);
+// menus, whichever of them exist, that are not among `own`: the platform's stock menus offer
+// nothing for the grid, and their Edit commands would act on text fields instead. The program's
+// own Edit and View menus, passed in `own`, stay where they are.
+void trimMenuBar(QMenuBar& bar, const QList<const QMenu*>& own = {});
 
 } // namespace quorvane

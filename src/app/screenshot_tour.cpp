@@ -1,10 +1,12 @@
 // Takes the README's screenshots of the real window: connected to the built-in demo frame with
 // all 35 buttons of a row fitted to the window, with a selection and the debug log open at its
-// newest lines, with the source picker open, and with a show file opened offline. Run it under a
+// newest lines, with the Edit menu open, with the source picker open, and with a show file opened
+// offline. Run it under a
 // display (the repository's scripts/screenshots.sh starts a virtual one).
 #include "connection_panel.h"
 #include "content_view.h"
 #include "diagnostics/debug_logger.h"
+#include "edit_menu.h"
 #include "editing_model.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
@@ -16,6 +18,8 @@
 #include <QDir>
 #include <QFile>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
 #include <QScreen>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -83,6 +87,14 @@ int main(int argc, char** argv)
     QTest::qWait(300);
     if (!save(folder + u"/selection.png"_s))
         return 1;
+
+    // The Edit menu opened over the row just copied.
+    QMenu& edit = *window.editMenu().menu();
+    window.menuBar()->setActiveAction(edit.menuAction());
+    QTest::qWait(300);
+    if (!save(folder + u"/edit-menu.png"_s))
+        return 1;
+    edit.close();
 
     model.setShowDebugLog(false);
     model.doubleTap(1, 5);

@@ -46,6 +46,7 @@ ParsedStart parseStartOptions(const QStringList& arguments)
     ParsedStart parsed;
     if (!parser.parse(arguments)) {
         parsed.error = parser.errorText();
+        parsed.unknownOption = !parser.unknownOptionNames().isEmpty();
         return parsed;
     }
     StartOptions& options = parsed.options;
@@ -67,19 +68,26 @@ ParsedStart parseStartOptions(const QStringList& arguments)
             return parsed;
         }
     }
-    auto number = [&](const QString& name, auto valid) -> std::optional<int> {
-        if (!parser.isSet(name))
+    // One of `allowed`, or a refusal that lists them.
+    auto choice = [&](const QString& name, const QList<int>& allowed) -> std::optional<int> {
+        if (!parser.isSet(name) || !parsed.error.isEmpty())
             return std::nullopt;
         bool ok = false;
         const int value = parser.value(name).toInt(&ok);
-        if (!ok || !valid(value)) {
-            parsed.error = u"--"_s + name + u": "_s + parser.value(name) + u" is not allowed"_s;
+        if (!ok || !allowed.contains(value)) {
+            QStringList named;
+            for (int n : allowed)
+                named.append(QString::number(n));
+            const QString last = named.takeLast();
+            parsed.error = u"--"_s + name + u": "_s + parser.value(name) +
+                           u" is not allowed; use "_s + named.join(u", "_s) + u" or "_s + last;
             return std::nullopt;
         }
         return value;
     };
-    options.suite = number(u"suite"_s, [](int n) { return n >= 1 && n <= 4; });
-    options.buttons = number(u"buttons"_s, [](int n) { return isSupportedButtonCount(n); });
+    options.suite = choice(u"suite"_s, {1, 2, 3, 4});
+    options.buttons = choice(
+        u"buttons"_s, QList<int>(supportedButtonCounts.begin(), supportedButtonCounts.end()));
     return parsed;
 }
 

@@ -24,6 +24,9 @@ struct StartOptions {
 struct ParsedStart {
     StartOptions options;
     QString error; // a line for the user when the arguments make no sense
+    // The error is an option this program does not know. It may be one of the toolkit's own
+    // (-platform …), which only the application object takes out of the arguments.
+    bool unknownOption = false;
 };
 
 // Needs no application object, so the program can look at its arguments before it decides

@@ -6,14 +6,17 @@
 #include "content_view.h"
 #include "debug_log_panel.h"
 #include "diagnostics/debug_logger.h"
+#include "edit_menu.h"
 #include "editing_model.h"
 #include "first_paint.h"
+#include "help_text.h"
 #include "info_windows.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
 #include "menus.h"
 #include "no_paste_line_edit.h"
 #include "project_info.h"
+#include "remembered_settings.h"
 #include "start_options.h"
 #include "window_geometry.h"
 
@@ -21,10 +24,13 @@
 #include <QClipboard>
 #include <QComboBox>
 #include <QContextMenuEvent>
+#include <QDialogButtonBox>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
+#include <QProcess>
 #include <QPushButton>
+#include <QScreen>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -62,6 +68,35 @@ protected:
 
 // Runs the program's event loop, as main() does, with `action` as its first event: true when
 // the loop then ends by itself, false when it still runs two seconds later.
+struct Run {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+// The program itself, started with no display to open a window on: no X, no Wayland, no platform
+// chosen. It has two seconds to end on its own.
+Run runWithoutDisplay(const QStringList& arguments)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const QString& name : {u"QT_QPA_PLATFORM"_s, u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s})
+        environment.remove(name);
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(QUORVANE_APP_PATH), arguments);
+    if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 5000)) {
+        process.kill();
+        [[maybe_unused]] const bool killed =
+            QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 5000);
+        return {};
+    }
+    if (process.exitStatus() != QProcess::NormalExit)
+        return {};
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+// A main window on its own preferences, as a run of the program has them.
 bool endsTheProgram(const std::function<void()>& action)
 {
     QTimer::singleShot(0, qApp, action);
@@ -92,6 +127,19 @@ private Q_SLOTS:
             bar.addMenu(title);
         trimMenuBar(bar);
         QCOMPARE(menuTitles(bar), QStringList({u"Quorvane"_s, u"File"_s, u"Help"_s}));
+    }
+
+    void trimmingKeepsTheProgramsOwnEditMenu()
+    {
+        QMenuBar bar;
+        for (const QString& title : {u"App"_s, u"File"_s, u"Edit"_s})
+            bar.addMenu(title);
+        auto* own = new QMenu(u"Edit"_s, &bar);
+        bar.addMenu(own);
+        trimMenuBar(bar, {own});
+        // The stock Edit menu goes, the program's own stays.
+        QCOMPARE(menuTitles(bar), QStringList({u"Quorvane"_s, u"File"_s, u"Edit"_s}));
+        QCOMPARE(bar.actions().last()->menu(), own);
     }
 
     void trimmingWithoutAViewMenu()
@@ -158,12 +206,12 @@ private Q_SLOTS:
         logger.setEcho(nullptr);
         QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
         MainWindow window(preferences, logger);
-        const QStringList expected{u"Quorvane"_s, u"File"_s, u"View"_s, u"Help"_s};
+        const QStringList expected{u"Quorvane"_s, u"File"_s, u"Edit"_s, u"View"_s, u"Help"_s};
         QCOMPARE(menuTitles(*window.menuBar()), expected);
         window.setUpWindow();
         QCOMPARE(menuTitles(*window.menuBar()), expected);
         QStringList viewItems;
-        for (const QAction* item : window.menuBar()->actions()[2]->menu()->actions())
+        for (const QAction* item : window.menuBar()->actions()[3]->menu()->actions())
             viewItems.append(item->text());
         QCOMPARE(viewItems,
                  QStringList({u"Zoom In"_s, u"Zoom Out"_s, u"Actual Size"_s, u"Fit to Window"_s}));
@@ -251,36 +299,115 @@ private Q_SLOTS:
     {
         InfoWindows windows;
         const QStringList shown = texts(windows.showHelp());
-        for (const QString& text :
-             {u"Quorvane"_s,
-              u"Version 0.9 Beta"_s,
-              u"Getting Started"_s,
-              u"1. Enter the GV Frame IP address\n2. Select the Suite number (1-4)\n3. Select the "
-              u"button count (15, 20, 25, or 35)\n4. Click Connect\n\nThe Frame IP can be found in "
-              u"the official GV GUI under:\nEng Setup > Node Settings\n\nNote: The frame must be "
-              u"accessible from the device running this app."_s,
-              u"Copy & Paste"_s,
-              u"•  Press ⌘C to copy"_s,
-              u"•  If you copy multiple buttons but only select one destination, all copied "
-              u"buttons will paste starting from that position"_s,
-              u"Drag & Drop"_s,
-              u"•  Drag between buttons to copy mappings"_s,
-              u"Source Sandbox"_s,
-              u"•  Click a source to select it for the selected button(s)"_s,
-              u"Keyboard Shortcuts"_s,
-              u"⌘ C"_s,
-              u"Copy selected button(s)"_s,
-              u"⌘ V"_s,
-              u"Paste to selected button(s)"_s,
-              u"Delete"_s,
-              u"Clear selected button(s)"_s,
-              u"Click"_s,
-              u"Select a button"_s,
-              u"Shift + Click"_s,
-              u"Select range of buttons"_s,
-              u"⌘ + Click"_s,
-              u"Add/remove from selection"_s}) {
+        QStringList expected{
+            u"Quorvane"_s,
+            u"Version 0.9 Beta"_s,
+            u"Getting Started"_s,
+            u"1. Enter the GV Frame IP address\n2. Select the Suite number (1-4)\n3. Select the "
+            u"button count (15, 20, 25, or 35)\n4. Click Connect\n\nThe Frame IP can be found in "
+            u"the official GV GUI under:\nEng Setup > Node Settings\n\nNote: The frame must be "
+            u"accessible from the device running this app."_s,
+            u"Copy & Paste"_s,
+            u"Drag & Drop"_s,
+            u"•  Drag between buttons to copy mappings"_s,
+            u"Source Sandbox"_s,
+            u"•  Click a source to select it for the selected button(s)"_s,
+            u"Keyboard Shortcuts"_s};
+        for (const QString& point : copyAndPastePoints(platformKeyNames()))
+            expected.append(u"•  "_s + point);
+        for (const HelpShortcut& shortcut : helpShortcuts(platformKeyNames()))
+            expected << shortcut.key << shortcut.action;
+        for (const QString& text : expected)
             QVERIFY2(shown.contains(text), qPrintable(text));
+#ifndef Q_OS_MACOS
+        QVERIFY(shown.contains(u"•  Press Ctrl+C to copy"_s));
+        QVERIFY(shown.contains(u"Ctrl+Shift+Z"_s));
+#endif
+    }
+
+    void keysAreNamedAsEachPlatformNamesThem()
+    {
+        const QKeyCombination copy(Qt::ControlModifier, Qt::Key_C);
+        const QKeyCombination redo(Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_Z);
+        const QKeyCombination closeUp(Qt::ShiftModifier, Qt::Key_Delete);
+        QCOMPARE(keyText(copy, KeyNames::mac), u"⌘C"_s);
+        QCOMPARE(keyText(copy, KeyNames::pc), u"Ctrl+C"_s);
+        QCOMPARE(keyText(redo, KeyNames::mac), u"⇧⌘Z"_s);
+        QCOMPARE(keyText(redo, KeyNames::pc), u"Ctrl+Shift+Z"_s);
+        QCOMPARE(keyText(closeUp, KeyNames::mac), u"⇧Delete"_s);
+        QCOMPARE(keyText(closeUp, KeyNames::pc), u"Shift+Delete"_s);
+        QCOMPARE(keyText(QKeyCombination(Qt::ControlModifier, Qt::Key_Plus), KeyNames::pc),
+                 u"Ctrl++"_s);
+        QCOMPARE(keyText(QKeyCombination(Qt::ControlModifier, Qt::Key_Minus), KeyNames::mac),
+                 u"⌘-"_s);
+        QCOMPARE(keyText(QKeyCombination(Qt::Key_Delete), KeyNames::mac), u"Delete"_s);
+        QCOMPARE(clickText(Qt::ShiftModifier, KeyNames::pc), u"Shift + Click"_s);
+        QCOMPARE(clickText(Qt::ControlModifier, KeyNames::mac), u"⌘ + Click"_s);
+        QCOMPARE(clickText(Qt::NoModifier, KeyNames::mac), u"Click"_s);
+        // The same as the menus write them here.
+        const QKeyCombination native = platformKeyNames() == KeyNames::mac ? redo : copy;
+        QCOMPARE(keyText(native, platformKeyNames()),
+                 QKeySequence(native).toString(QKeySequence::NativeText));
+        QCOMPARE(keyText(redo, platformKeyNames()),
+                 QKeySequence(redo).toString(QKeySequence::NativeText));
+    }
+
+    void theHelpsCopyAndPasteOnEachPlatform()
+    {
+        QCOMPARE(copyAndPastePoints(KeyNames::mac),
+                 QStringList({u"Select one or more buttons horizontally or vertically"_s,
+                              u"Press ⌘C to copy"_s,
+                              u"Select destination button(s) and press ⌘V to paste"_s,
+                              u"If you copy multiple buttons but only select one destination, all "
+                              u"copied buttons will paste starting from that position"_s}));
+        const QStringList pc = copyAndPastePoints(KeyNames::pc);
+        QCOMPARE(pc[1], u"Press Ctrl+C to copy"_s);
+        QCOMPARE(pc[2], u"Select destination button(s) and press Ctrl+V to paste"_s);
+    }
+
+    void theHelpListsEveryShortcut()
+    {
+        const QList<HelpShortcut> pc{
+            {u"Ctrl+C"_s, u"Copy selected button(s)"_s},
+            {u"Ctrl+V"_s, u"Paste to selected button(s)"_s},
+            {u"Delete"_s, u"Clear selected button(s)"_s},
+            {u"Shift+Delete"_s, u"Clear selected button(s) and close up the row"_s},
+            {u"Ctrl+Z"_s, u"Undo the last change"_s},
+            {u"Ctrl+Shift+Z"_s, u"Redo the last undone change"_s},
+            {u"Click"_s, u"Select a button"_s},
+            {u"Shift + Click"_s, u"Select range of buttons"_s},
+            {u"Ctrl + Click"_s, u"Add/remove from selection"_s},
+            {u"Double-click"_s, u"Pick a source for the button"_s},
+            {u"Ctrl+L"_s, u"Show or hide the debug log"_s},
+            {u"Ctrl++"_s, u"Zoom in"_s},
+            {u"Ctrl+-"_s, u"Zoom out"_s},
+            {u"Ctrl+0"_s, u"Actual size"_s},
+            {u"Ctrl+9"_s, u"Fit a whole row to the window"_s}};
+        QCOMPARE(helpShortcuts(KeyNames::pc), pc);
+        QStringList mac;
+        for (const HelpShortcut& shortcut : helpShortcuts(KeyNames::mac))
+            mac.append(shortcut.key);
+        QCOMPARE(mac, QStringList({u"⌘C"_s, u"⌘V"_s, u"Delete"_s, u"⇧Delete"_s, u"⌘Z"_s, u"⇧⌘Z"_s,
+                                   u"Click"_s, u"⇧ + Click"_s, u"⌘ + Click"_s, u"Double-click"_s,
+                                   u"⌘L"_s, u"⌘+"_s, u"⌘-"_s, u"⌘0"_s, u"⌘9"_s}));
+    }
+
+    void helpAndAboutCloseWithEscapeOrTheirButton()
+    {
+        InfoWindows windows;
+        for (QWidget* window : {windows.showHelp(), windows.showAbout()}) {
+            window->activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(window));
+            QTest::keyClick(window, Qt::Key_Escape);
+            QVERIFY(!window->isVisible());
+        }
+        for (QWidget* window : {windows.showHelp(), windows.showAbout()}) {
+            QVERIFY(QTest::qWaitForWindowExposed(window));
+            QPushButton* close =
+                window->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Close);
+            QVERIFY(close->isVisible());
+            QTest::mouseClick(close, Qt::LeftButton);
+            QVERIFY(!window->isVisible());
         }
     }
 
@@ -397,6 +524,170 @@ private Q_SLOTS:
         QCOMPARE(parsed.options.suite.value_or(0), suite);
         QCOMPARE(parsed.options.buttons.value_or(0), buttons);
         QCOMPARE(parsed.options.connect, connect);
+    }
+
+    void refusedValuesSayWhatIsAllowed()
+    {
+        auto error = [](const QStringList& arguments) {
+            return parseStartOptions(QStringList{u"quorvane"_s} + arguments).error;
+        };
+        QCOMPARE(error({u"--buttons"_s, u"30"_s}),
+                 u"--buttons: 30 is not allowed; use 15, 20, 25 or 35"_s);
+        QCOMPARE(error({u"--suite"_s, u"5"_s}), u"--suite: 5 is not allowed; use 1, 2, 3 or 4"_s);
+        QCOMPARE(error({u"--suite"_s, u"two"_s}),
+                 u"--suite: two is not allowed; use 1, 2, 3 or 4"_s);
+        // The toolkit's own options are not known here: the program asks the toolkit first.
+        QVERIFY(parseStartOptions({u"quorvane"_s, u"-platform"_s, u"offscreen"_s}).unknownOption);
+        QVERIFY(!parseStartOptions({u"quorvane"_s, u"--suite"_s, u"9"_s}).unknownOption);
+    }
+
+    void helpAndVersionNeedNoDisplay()
+    {
+        const Run help = runWithoutDisplay({u"--help"_s});
+        QCOMPARE(help.exitCode, 0);
+        QVERIFY2(help.out.contains(u"--buttons <n>"_s), qPrintable(help.out));
+        QCOMPARE(help.err, QString());
+        const Run version = runWithoutDisplay({u"--version"_s});
+        QCOMPARE(version.exitCode, 0);
+        QCOMPARE(version.out, u"quorvane "_s + projectVersion + u"\n"_s);
+        QCOMPARE(version.err, QString());
+    }
+
+    void refusalsNeedNoDisplay_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("buttons")
+            << QStringList{u"--buttons"_s, u"30"_s}
+            << u"quorvane: --buttons: 30 is not allowed; use 15, 20, 25 or 35\n"_s;
+        QTest::newRow("suite") << QStringList{u"--demo"_s, u"--suite"_s, u"0"_s}
+                               << u"quorvane: --suite: 0 is not allowed; use 1, 2, 3 or 4\n"_s;
+        QTest::newRow("no value") << QStringList{u"--buttons"_s}
+                                  << u"quorvane: Missing value after '--buttons'.\n"_s;
+        QTest::newRow("show with demo")
+            << QStringList{u"--show"_s, u"a.json"_s, u"--demo"_s}
+            << u"quorvane: --show opens a show offline; it does not go with --demo\n"_s;
+    }
+
+    void refusalsNeedNoDisplay()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, message);
+        const Run run = runWithoutDisplay(arguments);
+        QCOMPARE(run.exitCode, 2);
+        QCOMPARE(run.err, message);
+        QCOMPARE(run.out, QString());
+    }
+
+    void aWindowOffEveryScreenIsPlacedAfresh()
+    {
+        const QList<QRect> screens{QRect(0, 0, 1920, 1080), QRect(1920, 0, 1280, 1024)};
+        QVERIFY(isOnAScreen(QRect(100, 100, 800, 600), screens));
+        QVERIFY(isOnAScreen(QRect(2500, 900, 800, 600), screens));  // its top on the second
+        QVERIFY(isOnAScreen(QRect(-700, 50, 800, 600), screens));   // 100 pixels of it
+        QVERIFY(!isOnAScreen(QRect(-750, 50, 800, 600), screens));  // 50 are too few to grab
+        QVERIFY(!isOnAScreen(QRect(3300, 100, 800, 600), screens)); // a monitor gone
+        QVERIFY(!isOnAScreen(QRect(100, 1070, 800, 600), screens)); // its title bar below
+        QVERIFY(!isOnAScreen(QRect(100, 100, 800, 600), {}));
+        QVERIFY(!isOnAScreen(QRect(), screens));
+    }
+
+    void choicesAndPlaceAreRememberedBetweenRuns()
+    {
+        QTemporaryDir settingsDir;
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
+        QRect placed;
+        {
+            MainWindow window(preferences, logger);
+            window.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&window));
+            window.setUpWindow();
+            ConnectionPanel& panel = *window.contentView().connectionPanel();
+            panel.suiteChoice()->setCurrentIndex(panel.suiteChoice()->findData(3));
+            panel.buttonCountChoice()->setCurrentIndex(panel.buttonCountChoice()->findData(20));
+            QTest::keyClick(&window, Qt::Key_L, Qt::ControlModifier);
+            QVERIFY(window.contentView().debugLog()->isVisible());
+            window.setGeometry(QRect(40, 30, 600, 450));
+            QTRY_VERIFY(window.geometry().topLeft() == QPoint(40, 30));
+            placed = window.geometry();
+            QTRY_COMPARE(preferences.value(MainWindow::geometryKey.toString()).toRect(), placed);
+
+            // The work of the run is not kept.
+            EditingModel& model = window.contentView().model();
+            model.tap(1, 2);
+            model.copySelection();
+            QVERIFY(!model.clipboard().isEmpty());
+        }
+        QStringList kept = preferences.allKeys();
+        kept.sort();
+        QCOMPARE(kept, QStringList({RememberedSettings::buttonCountKey.toString(),
+                                    RememberedSettings::showDebugLogKey.toString(),
+                                    RememberedSettings::suiteKey.toString(),
+                                    MainWindow::geometryKey.toString()}));
+
+        MainWindow again(preferences, logger);
+        again.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&again));
+        again.setUpWindow();
+        const EditingModel& model = again.contentView().model();
+        QCOMPARE(model.selectedSuite(), 3);
+        QCOMPARE(model.selectedButtonCount(), 20);
+        QCOMPARE(again.contentView().connectionPanel()->buttonCountChoice()->currentData().toInt(),
+                 20);
+        QCOMPARE(again.contentView().connectionPanel()->suiteChoice()->currentData().toInt(), 3);
+        QVERIFY(model.showDebugLog());
+        QVERIFY(again.contentView().debugLog()->isVisible());
+        QTRY_COMPARE(again.geometry(), placed);
+        QVERIFY(model.selection().isEmpty());
+        QVERIFY(model.clipboard().isEmpty());
+    }
+
+    void aRememberedPlaceOffEveryScreenIsNotUsed()
+    {
+        QTemporaryDir settingsDir;
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
+        preferences.setValue(MainWindow::geometryKey.toString(), QRect(9000, 9000, 600, 450));
+        preferences.setValue(RememberedSettings::buttonCountKey.toString(), 30);
+        preferences.setValue(RememberedSettings::suiteKey.toString(), 7);
+        MainWindow window(preferences, logger);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        window.setUpWindow();
+        const QRect expected =
+            mainWindowFrame(QRectF(QGuiApplication::primaryScreen()->availableGeometry())).toRect();
+        // Where a fresh window goes (its size may be held up by the window's minimum).
+        QTRY_COMPARE(window.geometry().topLeft(), expected.topLeft());
+        // Values the panel does not offer are left out too.
+        QCOMPARE(window.contentView().model().selectedButtonCount(), 35);
+        QCOMPARE(window.contentView().model().selectedSuite(), 1);
+    }
+
+    void theCommandLineOverridesWhatWasRemembered()
+    {
+        QTemporaryDir home;
+        {
+            QSettings saved(home.filePath(u"Quorvane/Quorvane.conf"_s), QSettings::IniFormat);
+            saved.setValue(RememberedSettings::suiteKey.toString(), 2);
+            saved.setValue(RememberedSettings::buttonCountKey.toString(), 15);
+        }
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"XDG_CONFIG_HOME"_s, home.path());
+        environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral(QUORVANE_APP_PATH),
+                      {u"--suite"_s, u"3"_s, u"--buttons"_s, u"20"_s, u"--report-first-paint"_s});
+        QVERIFY(QTest::qWaitFor(
+            [&] { return process.peek(4096).contains("quorvane: first paint"); }, 10000));
+        process.terminate();
+        QVERIFY(QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 10000));
+        QSettings saved(home.filePath(u"Quorvane/Quorvane.conf"_s), QSettings::IniFormat);
+        QCOMPARE(saved.value(RememberedSettings::suiteKey.toString()).toInt(), 3);
+        QCOMPARE(saved.value(RememberedSettings::buttonCountKey.toString()).toInt(), 20);
     }
 
     void addressFieldTakesTypingOnly()
