@@ -177,8 +177,12 @@ void MainWindow::importMappings()
 {
     const QString path = QFileDialog::getOpenFileName(this, u"Import Mappings"_s, QString(),
                                                       u"Show files (*.json *.csv)"_s);
-    if (path.isEmpty())
-        return;
+    if (!path.isEmpty())
+        importMappingsFrom(path);
+}
+
+void MainWindow::importMappingsFrom(const QString& path)
+{
     const GVConnection& connection = m_content->connection();
     const ImportFile read = readImportFile(path, connection.buttonCount());
     if (!read.file) {

@@ -58,6 +58,8 @@ public:
 
     void exportMappings();
     void importMappings();
+    // The import once a file is chosen: one undoable step, its outcome in a message.
+    void importMappingsFrom(const QString& path);
     void exportPanelSheet();
 
 protected:
