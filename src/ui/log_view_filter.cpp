@@ -37,10 +37,12 @@ std::optional<LogLevel> logLineLevel(const QString& line)
 
 bool logFilterAdmits(LogFilter filter, const QString& line)
 {
+    if (filter == LogFilter::all)
+        return true;
     const LogLevel level = logLineLevel(line).value_or(LogLevel::info);
     switch (filter) {
     case LogFilter::all:
-        return true;
+        break;
     case LogFilter::infoAndAbove:
         return level != LogLevel::hex;
     case LogFilter::warningsAndErrors:
