@@ -165,10 +165,8 @@ void DebugLogPanel::catchUp()
     }
     const bool changed =
         m_shownEnd < end || (!m_shownLines.empty() && m_shownLines.front() < first);
-    if (!changed) {
-        m_shownEnd = m_countedEnd = end;
+    if (!changed)
         return;
-    }
     QScrollBar* scroll = m_view->verticalScrollBar();
     const bool following = scroll->value() == scroll->maximum();
     const int before = scroll->value();
