@@ -170,12 +170,12 @@ void DebugLogPanel::catchUp()
     QScrollBar* scroll = m_view->verticalScrollBar();
     const bool following = scroll->value() == scroll->maximum();
     const int before = scroll->value();
-    const qsizetype shownBefore = qsizetype(m_shownLines.size());
-    dropLinesBefore(first);
-    const int dropped = int(shownBefore - qsizetype(m_shownLines.size()));
     for (qint64 number = std::max(first, m_shownEnd); number < end; ++number)
         appendLine(number, lines[qsizetype(number - first)]);
     m_shownEnd = m_countedEnd = end;
+    const qsizetype shownBefore = qsizetype(m_shownLines.size());
+    dropLinesBefore(first);
+    const int dropped = int(shownBefore - qsizetype(m_shownLines.size()));
     // The lines under the reader moved up by those dropped: so does the view.
     scroll->setValue(following ? scroll->maximum() : std::max(0, before - dropped));
     if (!m_search->text().isEmpty())
