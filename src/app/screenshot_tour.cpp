@@ -1,10 +1,11 @@
 // Takes the README's screenshots of the real window: connected to the built-in demo frame with
 // all 35 buttons of a row fitted to the window, with a selection and the debug log open at its
-// newest lines, with the Edit menu open, with the source picker open, and with a show file opened
-// offline. Run it under a
-// display (the repository's scripts/screenshots.sh starts a virtual one).
+// newest lines, with the Edit menu open, with the log searched without its hex dumps, with the
+// source picker open, and with a show file opened offline. Run it under a display (the
+// repository's scripts/screenshots.sh starts a virtual one).
 #include "connection_panel.h"
 #include "content_view.h"
+#include "debug_log_panel.h"
 #include "diagnostics/debug_logger.h"
 #include "edit_menu.h"
 #include "editing_model.h"
@@ -95,6 +96,16 @@ int main(int argc, char** argv)
     if (!save(folder + u"/edit-menu.png"_s))
         return 1;
     edit.close();
+
+    // The log without its hex dumps, searched. (The demo frame logs no warnings to show.)
+    DebugLogPanel& log = *view.debugLog();
+    log.setFilter(LogFilter::infoAndAbove);
+    log.searchField()->setText(u"PGM"_s);
+    QTest::qWait(300);
+    if (!save(folder + u"/log-search.png"_s))
+        return 1;
+    log.searchField()->clear();
+    log.setFilter(LogFilter::all);
 
     model.setShowDebugLog(false);
     model.doubleTap(1, 5);
