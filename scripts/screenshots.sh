@@ -2,7 +2,7 @@
 # Renders the README's screenshots of the real window on a virtual X display:
 # connected to the built-in demo frame with 35 buttons fitted to the window, with a selection
 # and the debug log open at its newest lines, with the Edit menu open, with the log searched
-# without its hex dumps, and with the source picker open.
+# without its hex dumps and filtered to its warnings, and with the source picker open.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 if ! command -v xvfb-run >/dev/null 2>&1; then

@@ -1,8 +1,8 @@
 // Takes the README's screenshots of the real window: connected to the built-in demo frame with
 // all 35 buttons of a row fitted to the window, with a selection and the debug log open at its
-// newest lines, with the Edit menu open, with the log searched without its hex dumps, with the
-// source picker open, and with a show file opened offline. Run it under a display (the
-// repository's scripts/screenshots.sh starts a virtual one).
+// newest lines, with the Edit menu open, with the log searched without its hex dumps and
+// filtered to its warnings, with the source picker open, and with a show file opened offline.
+// Run it under a display (the repository's scripts/screenshots.sh starts a virtual one).
 #include "connection_panel.h"
 #include "content_view.h"
 #include "debug_log_panel.h"
@@ -71,6 +71,12 @@ int main(int argc, char** argv)
             [&] { return view.connection().connectionState() == ConnectionState::connected; },
             20'000);
     };
+    // A mistyped address first, refused at once: the warning the log's filter shows later.
+    EditingModel& model = view.model();
+    const QString demoAddress = model.ipAddress();
+    model.setIpAddress(u"10.0.0"_s);
+    view.connectionPanel()->pressConnectButton();
+    model.setIpAddress(demoAddress);
     view.connectionPanel()->pressConnectButton();
     if (!connected()) {
         std::fprintf(stderr, "the demo frame did not connect\n");
@@ -80,7 +86,6 @@ int main(int argc, char** argv)
     if (!save(folder + u"/connected.png"_s))
         return 1;
 
-    EditingModel& model = view.model();
     model.tap(2, 3);
     model.shiftTap(2, 9);
     model.copySelection();
@@ -97,7 +102,7 @@ int main(int argc, char** argv)
         return 1;
     edit.close();
 
-    // The log without its hex dumps, searched. (The demo frame logs no warnings to show.)
+    // The log without its hex dumps, searched; then only its warnings and errors.
     DebugLogPanel& log = *view.debugLog();
     log.setFilter(LogFilter::infoAndAbove);
     log.searchField()->setText(u"PGM"_s);
@@ -105,6 +110,10 @@ int main(int argc, char** argv)
     if (!save(folder + u"/log-search.png"_s))
         return 1;
     log.searchField()->clear();
+    log.setFilter(LogFilter::warningsAndErrors);
+    QTest::qWait(300);
+    if (!save(folder + u"/log-warnings.png"_s))
+        return 1;
     log.setFilter(LogFilter::all);
 
     model.setShowDebugLog(false);
