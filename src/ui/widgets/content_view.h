@@ -3,7 +3,6 @@
 #include <QWidget>
 #include <memory>
 
-class QScrollArea;
 class QSettings;
 class QTabBar;
 class QToolButton;
@@ -17,6 +16,7 @@ class ConnectionPanel;
 class DebugLogPanel;
 class DebugLogger;
 class EditingModel;
+class GridScrollArea;
 class GVConnection;
 class SandboxStrip;
 class ShortcutFilter;
@@ -41,7 +41,7 @@ public:
     QToolButton* undoButton() const { return m_undo; }
     QToolButton* redoButton() const { return m_redo; }
     ButtonGridWidget* grid() const { return m_grid; }
-    QScrollArea* gridScrollArea() const { return m_gridScroll; }
+    GridScrollArea* gridScrollArea() const { return m_gridScroll; }
     SandboxStrip* sandbox() const { return m_sandbox; }
     ClipboardDropArea* clipboardArea() const { return m_clipboardArea; }
     DebugLogPanel* debugLog() const { return m_debugLog; }
@@ -70,7 +70,7 @@ private:
     QToolButton* m_undo;
     QToolButton* m_redo;
     ButtonGridWidget* m_grid;
-    QScrollArea* m_gridScroll;
+    GridScrollArea* m_gridScroll;
     SandboxStrip* m_sandbox;
     ClipboardDropArea* m_clipboardArea;
     DebugLogPanel* m_debugLog;
