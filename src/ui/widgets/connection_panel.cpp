@@ -52,7 +52,15 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, 
     for (int count : supportedButtonCounts)
         m_buttonCount->addItem(QString::number(count) + u" buttons"_s, count);
     m_connect->setDefault(true);
-    m_connect->setMinimumWidth(100);
+    // One width for every label the button takes, so that the line never reflows and
+    // "Disconnect" is never squeezed, whatever the font.
+    int widest = 0;
+    for (ConnectionState state :
+         {ConnectionState::idle, ConnectionState::connecting, ConnectionState::connected}) {
+        m_connect->setText(connectButtonLabel(state));
+        widest = std::max(widest, m_connect->sizeHint().width());
+    }
+    m_connect->setMinimumWidth(std::max(100, widest));
     m_progress->setRange(0, progressSteps);
     m_progress->setTextVisible(false);
     m_progress->setMaximumWidth(160);
