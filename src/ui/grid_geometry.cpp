@@ -91,6 +91,16 @@ QPointF GridMetrics::centreOfCell() const
     return {m_cellWidth / 2.0, m_cellHeight / 2.0};
 }
 
+int scrollToShow(int start, int length, int scroll, int viewport, int frozen)
+{
+    const int shown = viewport - frozen;
+    if (start < scroll + frozen || length > shown)
+        return std::max(0, start - frozen);
+    if (start + length > scroll + viewport)
+        return start + length - viewport;
+    return scroll;
+}
+
 QString shiftLabel(int shift)
 {
     return u"Shift "_s + QString::number(shift);

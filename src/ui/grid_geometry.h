@@ -75,6 +75,12 @@ private:
     int m_margin; // after the last column and below the last row
 };
 
+// The scroll position along one axis that brings [start, start + length) of the grid into a
+// viewport of `viewport` pixels whose first `frozen` pixels are covered by the header (or the
+// row labels), which stay in place while the cells scroll under them. Unchanged when the span is
+// already in view; when it cannot fit, its start is shown.
+int scrollToShow(int start, int length, int scroll, int viewport, int frozen);
+
 // "Shift 3": the label at the start of a row.
 QString shiftLabel(int shift);
 

@@ -3,6 +3,7 @@
 // frame never answered for, the keyboard in the grid and in the source picker.
 #include "desk.h"
 #include "grid_geometry.h"
+#include "grid_scroll_area.h"
 #include "no_paste_line_edit.h"
 #include "source_picker_dialog.h"
 #include "window_geometry.h"
@@ -13,6 +14,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QToolTip>
 
 using namespace Qt::StringLiterals;
@@ -57,6 +59,28 @@ QAction* viewItem(MainWindow& window, const QString& text)
         }
     }
     return nullptr;
+}
+
+// A part of the grid's viewport as it is on screen, whatever widget paints it.
+QImage shownInViewport(GridScrollArea& area, const QRect& rect)
+{
+    return area.viewport()->grab(rect).toImage();
+}
+
+// Where a cell of the grid is on screen, in the window.
+QPoint cellInWindow(Desk& desk, int shift, int button)
+{
+    return desk.grid.mapTo(&desk.window, desk.grid.cellRect(shift, button).center());
+}
+
+// A click where the operator sees `at`: it reaches whatever widget is on top there.
+QWidget* clickInWindow(QWidget& window, QPoint at)
+{
+    QWidget* target = window.childAt(at);
+    if (target)
+        QTest::mouseClick(target, Qt::LeftButton, {}, target->mapFrom(&window, at));
+    QTest::qWait(350); // keep separate clicks from pairing into a double click
+    return target;
 }
 
 } // namespace
@@ -137,6 +161,100 @@ private Q_SLOTS:
         QCOMPARE(desk.preferences.value(u"Quorvane.gridZoom"_s).toString(), u"1"_s);
         MainWindow third(desk.preferences, desk.logger);
         QCOMPARE(third.contentView().model().zoom(), GridZoom::actualSize());
+    }
+
+    void theHeaderAndTheShiftLabelsStayInViewWhileTheGridScrolls()
+    {
+        Desk desk;
+        QVERIFY(desk.start());
+        QVERIFY(desk.connectAndWait());
+        QTRY_VERIFY_WITH_TIMEOUT(!desk.connection.isLoading(), connectTimeoutMs);
+        // Zoomed in and in a small window: the grid scrolls both ways.
+        desk.model.setZoom(GridZoom::fixed(1.5));
+        desk.window.resize(900, 500);
+        GridScrollArea& area = *desk.view.gridScrollArea();
+        QScrollBar& across = *area.horizontalScrollBar();
+        QScrollBar& down = *area.verticalScrollBar();
+        QTRY_VERIFY(across.maximum() > 0 && down.maximum() > 0);
+        const GridMetrics& metrics = desk.model.gridMetrics();
+        const QRect viewport = area.viewport()->rect();
+        const int columns = 5;
+        QVERIFY(metrics.headerRect(columns + 1).right() < viewport.width());
+
+        // Both cover the grid up to its first cell.
+        const QPoint firstCell = metrics.cellRect(1, 1).topLeft();
+        const QRect labels(0, 0, firstCell.x(), viewport.height());
+        const QRect header(0, 0, viewport.width(), firstCell.y());
+        const QImage labelsBefore = shownInViewport(area, labels);
+        const QImage headerBefore = shownInViewport(area, header);
+        const QImage laterNumber = shownInViewport(area, metrics.headerRect(columns + 1));
+        const QImage firstNumber = shownInViewport(area, metrics.headerRect(1));
+        QVERIFY(laterNumber != firstNumber);
+        const QImage lastLabel = shownInViewport(area, metrics.rowLabelRect(lastShift));
+        QVERIFY(lastLabel != shownInViewport(area, metrics.rowLabelRect(firstShift)));
+
+        // Scrolled to the right: the labels have not moved; the numbers moved with the columns.
+        across.setValue(columns * metrics.pitchX());
+        QCOMPARE(desk.grid.x(), -columns * metrics.pitchX());
+        QVERIFY(area.shiftLabels()->isVisible() && area.buttonNumbers()->isVisible());
+        QCOMPARE(area.shiftLabels()->geometry(), labels);
+        QCOMPARE(area.buttonNumbers()->geometry(), header);
+        QCOMPARE(shownInViewport(area, labels), labelsBefore);
+        QCOMPARE(shownInViewport(area, metrics.headerRect(1)), laterNumber);
+
+        // A click on a cell still selects the button shown there; one on the labels, where a
+        // cell has scrolled under them, selects nothing.
+        QCOMPARE(clickInWindow(desk.window, cellInWindow(desk, 2, columns + 3)), &desk.grid);
+        QCOMPARE(desk.model.selection().selectedButtons(), ButtonKeySet({{2, columns + 3}}));
+        QWidget* underLabels = clickInWindow(desk.window, cellInWindow(desk, 3, columns));
+        QCOMPARE(underLabels, area.shiftLabels());
+        QCOMPARE(desk.model.selection().selectedButtons(), ButtonKeySet({{2, columns + 3}}));
+
+        // Scrolled down as well: the header has not moved; the labels moved with the rows.
+        const QImage headerAcross = shownInViewport(area, header);
+        QVERIFY(headerAcross != headerBefore);
+        const int rowsDown = down.maximum();
+        down.setValue(rowsDown);
+        QCOMPARE(desk.grid.y(), -rowsDown);
+        QCOMPARE(shownInViewport(area, header), headerAcross);
+        QCOMPARE(shownInViewport(area, metrics.rowLabelRect(lastShift).translated(0, -rowsDown)),
+                 lastLabel);
+        QCOMPARE(clickInWindow(desk.window, cellInWindow(desk, lastShift, columns + 4)),
+                 &desk.grid);
+        QCOMPARE(desk.model.selection().selectedButtons(),
+                 ButtonKeySet({{lastShift, columns + 4}}));
+
+        // A drop lands on the cell shown under the pointer.
+        MultiButtonDragData fromSandbox;
+        fromSandbox.buttons = {{1, 703, 1}};
+        fromSandbox.fromBus = sandboxOrigin.toString();
+        fromSandbox.fromShift = 1;
+        fromSandbox.anchorButton = 1;
+        fromSandbox.anchorShift = 1;
+        const QPoint dropAt = cellInWindow(desk, 3, columns + 6);
+        QWidget* target = desk.window.childAt(dropAt);
+        QCOMPARE(target, &desk.grid);
+        desk.dropOn(*target, target->mapFrom(&desk.window, dropAt), fromSandbox);
+        QTRY_COMPARE(desk.frame.mapping(Bus::pgm, 35, 3, columns + 6), 703u);
+
+        // The keyboard scrolls a cell it reaches clear of the header and the labels.
+        desk.grid.setFocus();
+        for (int step = 0; step < columns + 3; ++step)
+            QTest::keyClick(&desk.grid, Qt::Key_Left);
+        for (int step = firstShift; step < lastShift; ++step)
+            QTest::keyClick(&desk.grid, Qt::Key_Up);
+        QCOMPARE(desk.model.selection().anchor(), SelectedButtonKey({1, 1}));
+        const QRect reached(desk.grid.mapTo(area.viewport(), desk.grid.cellRect(1, 1).topLeft()),
+                            desk.grid.cellRect(1, 1).size());
+        QVERIFY(viewport.contains(reached));
+        QVERIFY(!reached.intersects(area.shiftLabels()->geometry()));
+        QVERIFY(!reached.intersects(area.buttonNumbers()->geometry()));
+        QCOMPARE(shownInViewport(area, labels), labelsBefore); // back where it started
+
+        // The header and the labels follow the zoom.
+        QTest::keyClick(&desk.window, Qt::Key_0, Qt::ControlModifier);
+        QCOMPARE(area.shiftLabels()->width(), GridMetrics(1.0).cellRect(1, 1).x());
+        QCOMPARE(area.buttonNumbers()->height(), GridMetrics(1.0).cellRect(1, 1).y());
     }
 
     void aZoomedDropLandsWhereItsPreviewShows()

@@ -1,5 +1,5 @@
-// The grid's geometry at every zoom, the zoom steps, fitting the grid to the space it has, and
-// how the zoom is kept between runs.
+// The grid's geometry at every zoom, the zoom steps, fitting the grid to the space it has, how
+// the zoom is kept between runs, and scrolling a cell into view beside the header and labels.
 #include "grid_geometry.h"
 #include "grid_zoom.h"
 
@@ -25,6 +25,20 @@ private Q_SLOTS:
         QCOMPARE(actual.cellRect(2, 3), QRect(58 + 110, 20 + 47, 52, 44));
         QCOMPARE(actual.gridSize(20), QSize(55 + 20 * 55 + 4, 20 + 4 * 47 + 4));
         QCOMPARE(actual.gridSize(35).width(), 55 + 35 * 55 + 4);
+    }
+
+    void aCellIsScrolledClearOfTheFrozenHeader()
+    {
+        // A viewport of 300 whose first 55 are covered; the cell spans 400…452.
+        QCOMPARE(scrollToShow(400, 52, 200, 300, 55), 200); // already in view: 455…500
+        QCOMPARE(scrollToShow(400, 52, 100, 300, 55), 152); // beyond the far edge: just enough
+        QCOMPARE(scrollToShow(400, 52, 380, 300, 55), 345); // under the header: just clear
+        QCOMPARE(scrollToShow(400, 52, 346, 300, 55), 345);
+        QCOMPARE(scrollToShow(400, 52, 345, 300, 55), 345); // exactly beside it
+        QCOMPARE(scrollToShow(58, 52, 40, 300, 55), 3);
+        QCOMPARE(scrollToShow(20, 52, 40, 300, 55), 0); // never before the start
+        // Too large to fit: its start is shown.
+        QCOMPARE(scrollToShow(400, 52, 0, 100, 55), 345);
     }
 
     void hitTestingMatchesThePaintedCellsAtEveryZoom_data()

@@ -51,15 +51,6 @@ QPixmap countBadge(int count, const GridMetrics& metrics)
     return badge;
 }
 
-// A font of `pointSize` points at actual size, scaled with the grid.
-QFont gridFont(const QFont& base, double pointSize, const GridMetrics& metrics, bool bold)
-{
-    QFont font = base;
-    font.setPointSizeF(std::max(1.0, metrics.scaled(pointSize)));
-    font.setBold(bold);
-    return font;
-}
-
 QRect innerRect(const QRect& cell, const GridMetrics& metrics)
 {
     const int pad = int(metrics.scaled(3));
@@ -98,6 +89,14 @@ void paintUnknownMark(QPainter& painter, const QPainterPath& shape, const QRect&
                      alone ? Qt::AlignCenter : Qt::AlignTop | Qt::AlignRight, u"?"_s);
 }
 } // namespace
+
+QFont gridFont(const QFont& base, double pointSize, const GridMetrics& metrics, bool bold)
+{
+    QFont font = base;
+    font.setPointSizeF(std::max(1.0, metrics.scaled(pointSize)));
+    font.setBold(bold);
+    return font;
+}
 
 ButtonGridWidget::ButtonGridWidget(EditingModel& model, QWidget* parent)
     : QWidget(parent)
@@ -186,19 +185,8 @@ void ButtonGridWidget::paintEvent(QPaintEvent*)
     QPainter painter(this);
     const GridMetrics& metrics = m_model.gridMetrics();
     const int count = m_model.selectedButtonCount();
-    painter.setFont(gridFont(font(), 9, metrics, false));
-    painter.setPen(QColor(0x9a, 0x9e, 0xa6));
-    for (int button = 1; button <= count; ++button)
-        painter.drawText(metrics.headerRect(button), Qt::AlignCenter, QString::number(button));
-    // The row labels fit the label column: 11 pixels at actual size.
-    QFont label = font();
-    label.setPixelSize(std::max(1, int(metrics.scaled(11))));
-    label.setBold(true);
+    // The header and the row labels are painted by the scroll area, in place above the cells.
     for (int shift = firstShift; shift <= lastShift; ++shift) {
-        painter.setFont(label);
-        painter.setPen(QColor(0xd0, 0xd3, 0xd9));
-        painter.drawText(metrics.rowLabelRect(shift), Qt::AlignRight | Qt::AlignVCenter,
-                         shiftLabel(shift));
         for (int button = 1; button <= count; ++button)
             paintCell(painter, cellRect(shift, button), m_model.cellState(shift, button), metrics);
     }

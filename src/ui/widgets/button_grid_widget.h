@@ -12,8 +12,12 @@ class EditingModel;
 class GridMetrics;
 struct ButtonCellState;
 
-// The grid of one bus: a header of button numbers, then one row per shift level. It paints what
-// the editing model reports for each cell and forwards clicks, drags and drops to it.
+// A font of `pointSize` points at actual size, scaled with the grid.
+QFont gridFont(const QFont& base, double pointSize, const GridMetrics& metrics, bool bold);
+
+// The cells of one bus, one row per shift level, with room left for the header of button numbers
+// and the row labels that its scroll area keeps in view. It paints what the editing model
+// reports for each cell and forwards clicks, drags and drops to it.
 class ButtonGridWidget : public QWidget {
     Q_OBJECT
 

@@ -56,7 +56,15 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect,
     for (int count : supportedButtonCounts)
         m_buttonCount->addItem(QString::number(count) + u" buttons"_s, count);
     m_connect->setDefault(true);
-    m_connect->setMinimumWidth(100);
+    // One width for every label the button takes, so that the line never reflows and
+    // "Disconnect" is never squeezed, whatever the font.
+    int widest = 0;
+    for (ConnectionState state :
+         {ConnectionState::idle, ConnectionState::connecting, ConnectionState::connected}) {
+        m_connect->setText(connectButtonLabel(state));
+        widest = std::max(widest, m_connect->sizeHint().width());
+    }
+    m_connect->setMinimumWidth(std::max(100, widest));
     m_progress->setRange(0, progressSteps);
     m_progress->setTextVisible(false);
     m_progress->setMaximumWidth(160);
@@ -86,9 +94,11 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect,
     status->addWidget(m_heartbeat);
     status->addWidget(m_state);
     status->addWidget(m_progress);
-    status->addWidget(m_status);
+    // A long status (a failure and a notice of the last edit) is cut at the window's edge, whole
+    // in its tooltip, rather than making the window wider.
+    m_status->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    status->addWidget(m_status, 1);
     status->addWidget(m_stopReconnect);
-    status->addStretch(1);
     status->addWidget(m_frame);
     status->addWidget(m_allBuses);
 
@@ -210,6 +220,7 @@ void ConnectionPanel::showConnectionState()
     const QString pending = lookingUp ? m_lookup.progressText() : m_reconnect.countdownText();
     m_status->setText(statusLineText(
         {state, m_connection.statusMessage(), m_failure.text(), pending, m_model.editNotice()}));
+    m_status->setToolTip(m_status->text());
     m_stopReconnect->setVisible(m_reconnect.isCountingDown());
     const QString frame =
         QString(m_connection.frameName() + u' ' + m_connection.frameVersion()).trimmed();

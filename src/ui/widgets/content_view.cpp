@@ -5,6 +5,7 @@
 #include "connection_panel.h"
 #include "debug_log_panel.h"
 #include "editing_model.h"
+#include "grid_scroll_area.h"
 #include "link/gv_connection.h"
 #include "link_failure.h"
 #include "sandbox_strip.h"
@@ -78,8 +79,7 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
 
     m_model->setZoom(GridZoom::fromSetting(m_preferences.value(zoomKey).toString()));
     m_grid = new ButtonGridWidget(*m_model, this);
-    m_gridScroll = new QScrollArea(this);
-    m_gridScroll->setWidget(m_grid);
+    m_gridScroll = new GridScrollArea(*m_model, m_grid, this);
     m_gridScroll->setFrameShape(QFrame::NoFrame);
     m_gridScroll->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     // A grid fitted to the window follows the space its scroll area offers.
@@ -133,10 +133,8 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
             m_model->selectBus(allBuses[std::size_t(index)]);
     });
     QObject::connect(m_model.get(), &EditingModel::selectedBusChanged, this, &ContentView::showBus);
-    QObject::connect(m_grid, &ButtonGridWidget::cellToShow, this, [this](const QRect& cell) {
-        m_gridScroll->ensureVisible(cell.center().x(), cell.center().y(), cell.width(),
-                                    cell.height());
-    });
+    QObject::connect(m_grid, &ButtonGridWidget::cellToShow, m_gridScroll,
+                     &GridScrollArea::showCell);
     QObject::connect(m_model.get(), &EditingModel::zoomChanged, this, [this] {
         m_preferences.setValue(zoomKey.toString(), m_model->zoom().toSetting());
     });

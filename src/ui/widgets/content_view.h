@@ -5,7 +5,6 @@
 
 class QLabel;
 class QPushButton;
-class QScrollArea;
 class QSettings;
 class QTabBar;
 class QToolButton;
@@ -19,6 +18,7 @@ class ConnectionPanel;
 class DebugLogPanel;
 class DebugLogger;
 class EditingModel;
+class GridScrollArea;
 class GVConnection;
 class LinkFailure;
 class SandboxStrip;
@@ -49,7 +49,7 @@ public:
     QLabel* linkBannerText() const { return m_linkBannerText; }
     QPushButton* linkBannerConnectButton() const { return m_linkBannerConnect; }
     ButtonGridWidget* grid() const { return m_grid; }
-    QScrollArea* gridScrollArea() const { return m_gridScroll; }
+    GridScrollArea* gridScrollArea() const { return m_gridScroll; }
     SandboxStrip* sandbox() const { return m_sandbox; }
     ClipboardDropArea* clipboardArea() const { return m_clipboardArea; }
     DebugLogPanel* debugLog() const { return m_debugLog; }
@@ -84,7 +84,7 @@ private:
     QLabel* m_linkBannerText;
     QPushButton* m_linkBannerConnect;
     ButtonGridWidget* m_grid;
-    QScrollArea* m_gridScroll;
+    GridScrollArea* m_gridScroll;
     SandboxStrip* m_sandbox;
     ClipboardDropArea* m_clipboardArea;
     DebugLogPanel* m_debugLog;
