@@ -71,12 +71,8 @@ int main(int argc, char** argv)
             [&] { return view.connection().connectionState() == ConnectionState::connected; },
             20'000);
     };
-    // A mistyped address first, refused at once: the warning the log's filter shows later.
     EditingModel& model = view.model();
     const QString demoAddress = model.ipAddress();
-    model.setIpAddress(u"10.0.0"_s);
-    view.connectionPanel()->pressConnectButton();
-    model.setIpAddress(demoAddress);
     view.connectionPanel()->pressConnectButton();
     if (!connected()) {
         std::fprintf(stderr, "the demo frame did not connect\n");
@@ -110,11 +106,21 @@ int main(int argc, char** argv)
     if (!save(folder + u"/log-search.png"_s))
         return 1;
     log.searchField()->clear();
+
+    // Disconnected, and a mistyped address refused at once: the banner over the empty grid and
+    // the log filtered to its warnings.
+    view.connectionPanel()->pressConnectButton();
+    model.setIpAddress(u"10.0.0"_s);
+    view.connectionPanel()->pressConnectButton();
     log.setFilter(LogFilter::warningsAndErrors);
     QTest::qWait(300);
     if (!save(folder + u"/log-warnings.png"_s))
         return 1;
     log.setFilter(LogFilter::all);
+    model.setIpAddress(demoAddress);
+    view.connectionPanel()->pressConnectButton();
+    if (!connected())
+        return 1;
 
     model.setShowDebugLog(false);
     model.doubleTap(1, 5);
