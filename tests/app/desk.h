@@ -7,6 +7,7 @@
 #include "connection_panel.h"
 #include "content_view.h"
 #include "drag_payload.h"
+#include "drag_support.h"
 #include "editing_model.h"
 #include "link_fixture.h"
 #include "main_window.h"

@@ -225,12 +225,7 @@ private Q_SLOTS:
                  ButtonKeySet({{lastShift, columns + 4}}));
 
         // A drop lands on the cell shown under the pointer.
-        MultiButtonDragData fromSandbox;
-        fromSandbox.buttons = {{1, 703, 1}};
-        fromSandbox.fromBus = sandboxOrigin.toString();
-        fromSandbox.fromShift = 1;
-        fromSandbox.anchorButton = 1;
-        fromSandbox.anchorShift = 1;
+        const MultiButtonDragData fromSandbox = sandboxSlotDrag(703);
         const QPoint dropAt = cellInWindow(desk, 3, columns + 6);
         QWidget* target = desk.window.childAt(dropAt);
         QCOMPARE(target, &desk.grid);
@@ -329,12 +324,7 @@ private Q_SLOTS:
         QCOMPARE(cellImage(desk.grid, 3, 20), unknownLook);
 
         // A write to it: the frame reports the button back, and it is known from then on.
-        MultiButtonDragData fromSandbox;
-        fromSandbox.buttons = {{1, 703, 1}};
-        fromSandbox.fromBus = sandboxOrigin.toString();
-        fromSandbox.fromShift = 1;
-        fromSandbox.anchorButton = 1;
-        fromSandbox.anchorShift = 1;
+        const MultiButtonDragData fromSandbox = sandboxSlotDrag(703);
         desk.dropOn(desk.grid, desk.grid.cellRect(1, 5).center(), fromSandbox);
         QTRY_COMPARE(desk.frame.mapping(Bus::pgm, 35, 1, 5), 703u);
         QTRY_VERIFY(!desk.model.cellState(1, 5).isUnknown);

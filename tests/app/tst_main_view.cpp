@@ -267,12 +267,7 @@ private Q_SLOTS:
         Desk desk;
         QVERIFY(desk.start());
         QVERIFY(desk.connectAndWait());
-        MultiButtonDragData fromSandbox;
-        fromSandbox.buttons = {{1, 703, 1}};
-        fromSandbox.fromBus = sandboxOrigin.toString();
-        fromSandbox.fromShift = 1;
-        fromSandbox.anchorButton = 1;
-        fromSandbox.anchorShift = 1;
+        const MultiButtonDragData fromSandbox = sandboxSlotDrag(703);
         desk.dropOn(desk.grid, desk.grid.cellRect(3, 4).center(), fromSandbox);
         QTRY_COMPARE(desk.frame.mapping(Bus::pgm, 35, 3, 4), quint32{703});
         QVERIFY(desk.model.canUndo());

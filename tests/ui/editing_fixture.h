@@ -5,6 +5,7 @@
 // emulated frame, so that every write can be checked on both sides.
 
 #include "button_table.h"
+#include "drag_support.h"
 #include "editing_model.h"
 #include "frame_encoders.h"
 #include "link_fixture.h"
@@ -139,17 +140,5 @@ public:
 // request of that operation is still on its way.
 #define QUORVANE_WAIT_FOR_WRITES(editing, from, expected)                                          \
     QTRY_COMPARE_WITH_TIMEOUT((editing).writesSince(from).size(), qsizetype(expected), 5'000)
-
-// What a drag of one sandbox slot holding `source` carries.
-inline MultiButtonDragData sandboxSlotDrag(int source)
-{
-    MultiButtonDragData payload;
-    payload.buttons = {{1, source, 1}};
-    payload.fromBus = QStringLiteral("SANDBOX");
-    payload.fromShift = 1;
-    payload.anchorButton = 1;
-    payload.anchorShift = 1;
-    return payload;
-}
 
 } // namespace quorvane::test
