@@ -120,8 +120,9 @@ public:
     void redo();
     // Records the present sources of `buttons` as one undoable batch on the connected panel.
     // A button the frame has answered for is known, an empty one as source 0; buttons without
-    // an answer cannot be restored and are left out. Returns how many were left out. A new
-    // batch cannot follow a redo history: that is emptied.
+    // an answer cannot be restored and are left out. Returns how many were left out. Nothing
+    // is recorded while not connected. A new batch cannot follow a redo history: that is
+    // emptied.
     int recordUndo(const QList<ButtonLocation>& buttons);
     // One edit: records `targets` for undo, then writes `sources` to them in order. While not
     // connected nothing is recorded or written, and the notice says so. Returns whether it was

@@ -99,6 +99,9 @@ std::pair<UndoAction, int> EditingModel::presentStates(const QList<ButtonLocatio
 
 int EditingModel::recordUndo(const QList<ButtonLocation>& buttons)
 {
+    // A step belongs to the panel it was made on; without a link there is none to name.
+    if (!m_connection.isConnected())
+        return 0;
     auto [action, unknown] = presentStates(buttons);
     const bool couldRedo = m_undo.canRedo();
     if (m_undo.record(std::move(action)) || couldRedo)
