@@ -11,6 +11,8 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 packages=(cmake g++ ninja-build qt6-base-dev qt6-qpa-plugins qcoro-qt6-dev libgl-dev
+    # tests that bind the frame ports run in network namespaces of their own, with loopback up
+    iproute2
     # panel sheets: the condensed face they are set in, and the tools their tests read them with
     fonts-dejavu-extra poppler-utils
     # the Debian package: its dependencies, icons and manual pages, and the tools its tests run
