@@ -1,11 +1,11 @@
 // The main window against the emulated frame: how long a cached bus switch takes from the bus
 // tab click to the grid's repaint (target ≤ 16 ms, one frame). The event loop's stalls during a
 // connect with the window shown are link_connect_bench's.
-#include "button_grid_widget.h"
-#include "connection_panel.h"
-#include "content_view.h"
+#include "widgets/button_grid_widget.h"
+#include "widgets/connection_panel.h"
+#include "widgets/content_view.h"
 #include "diagnostics/debug_logger.h"
-#include "editing_model.h"
+#include "editing/editing_model.h"
 #include "frame_emulator.h"
 #include "link/gv_connection.h"
 #include "main_window.h"

@@ -5,10 +5,10 @@
 //
 // Targets: wall time ≤ 1.05 × the fixed waits; longest stall ≤ 10 ms (5 ms the next goal).
 // Run it on the offscreen platform: QT_QPA_PLATFORM=offscreen.
-#include "connection_panel.h"
-#include "content_view.h"
+#include "widgets/connection_panel.h"
+#include "widgets/content_view.h"
 #include "diagnostics/debug_logger.h"
-#include "editing_model.h"
+#include "editing/editing_model.h"
 #include "frame_emulator.h"
 #include "link/gv_connection.h"
 #include "main_window.h"

@@ -3,7 +3,7 @@
 // with the reader scrolled to the top. Each line is logged and handed to the panel as the
 // application does it (through the event loop); the panel's share is the difference to the
 // same run with the panel hidden. A second figure adds a repaint of the view after every line.
-#include "debug_log_panel.h"
+#include "widgets/debug_log_panel.h"
 #include "diagnostics/debug_logger.h"
 
 #include <QApplication>

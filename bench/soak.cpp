@@ -15,7 +15,7 @@
 #include "model/button_address.h"
 #include "run_until.h"
 #include "stall_probe.h"
-#include "ui/editing_model.h"
+#include "editing/editing_model.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,8 +1,8 @@
 #include "demo_frame.h"
 
-#include "connection_panel.h"
-#include "content_view.h"
-#include "editing_model.h"
+#include "widgets/connection_panel.h"
+#include "widgets/content_view.h"
+#include "editing/editing_model.h"
 
 using namespace Qt::StringLiterals;
 

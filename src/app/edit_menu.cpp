@@ -1,7 +1,7 @@
 #include "edit_menu.h"
 
-#include "editing_model.h"
-#include "key_table.h"
+#include "editing/editing_model.h"
+#include "editing/key_table.h"
 #include "link/gv_connection.h"
 
 #include <QAction>

@@ -1,14 +1,14 @@
 #include "main_window.h"
 
-#include "content_view.h"
+#include "widgets/content_view.h"
 #include "edit_menu.h"
-#include "editing_model.h"
+#include "editing/editing_model.h"
 #include "link/gv_connection.h"
 #include "menus.h"
 #include "offline_show.h"
 #include "panel_sheet.h"
-#include "remembered_settings.h"
-#include "show_file_transfer.h"
+#include "session/remembered_settings.h"
+#include "editing/show_file_transfer.h"
 #include "window_geometry.h"
 #include "window_style.h"
 

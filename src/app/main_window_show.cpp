@@ -1,9 +1,9 @@
 // The main window's built-in frames: the demo, and a show file opened offline, edited on the
 // frame that serves it and saved back.
-#include "connection_panel.h"
-#include "content_view.h"
+#include "widgets/connection_panel.h"
+#include "widgets/content_view.h"
 #include "demo_frame.h"
-#include "editing_model.h"
+#include "editing/editing_model.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
 #include "offline_show.h"

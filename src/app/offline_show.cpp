@@ -4,7 +4,7 @@
 #include "model/show_file_io.h"
 #include "model/source_labels.h"
 #include "served_show.h"
-#include "show_file_transfer.h"
+#include "editing/show_file_transfer.h"
 
 #include <QSaveFile>
 

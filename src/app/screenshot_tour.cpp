@@ -3,16 +3,16 @@
 // newest lines, with the Edit menu open, with the log searched without its hex dumps and
 // filtered to its warnings, with the source picker open, and with a show file opened offline.
 // Run it under a display (the repository's scripts/screenshots.sh starts a virtual one).
-#include "connection_panel.h"
-#include "content_view.h"
-#include "debug_log_panel.h"
+#include "widgets/connection_panel.h"
+#include "widgets/content_view.h"
+#include "widgets/debug_log_panel.h"
 #include "diagnostics/debug_logger.h"
 #include "edit_menu.h"
-#include "editing_model.h"
+#include "editing/editing_model.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
 #include "served_show.h"
-#include "source_picker_dialog.h"
+#include "widgets/source_picker_dialog.h"
 #include "window_style.h"
 
 #include <QApplication>

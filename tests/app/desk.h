@@ -3,12 +3,12 @@
 // The program's main window driven by real Qt events, with the emulated frame on loopback as
 // its frame.
 
-#include "button_grid_widget.h"
-#include "connection_panel.h"
-#include "content_view.h"
-#include "drag_payload.h"
+#include "widgets/button_grid_widget.h"
+#include "widgets/connection_panel.h"
+#include "widgets/content_view.h"
+#include "editing/drag_payload.h"
 #include "drag_support.h"
-#include "editing_model.h"
+#include "editing/editing_model.h"
 #include "link_fixture.h"
 #include "main_window.h"
 

@@ -2,10 +2,10 @@
 // follows new lines at the bottom, keeps the reader's place and selection when scrolled up, and
 // only ever appends and drops lines, never redraws the whole log. A level filter narrows it, a
 // search steps through matches, Pause holds it still, and control characters never break a line.
-#include "content_view.h"
-#include "debug_log_panel.h"
+#include "widgets/content_view.h"
+#include "widgets/debug_log_panel.h"
 #include "diagnostics/debug_logger.h"
-#include "editing_model.h"
+#include "editing/editing_model.h"
 
 #include <QApplication>
 #include <QClipboard>

@@ -2,7 +2,7 @@
 // when their keys would act, run what the keys run, and never make a key press run twice.
 #include "desk.h"
 #include "edit_menu.h"
-#include "sandbox_strip.h"
+#include "widgets/sandbox_strip.h"
 
 #include <QMenu>
 #include <QMenuBar>

@@ -2,10 +2,10 @@
 // follows the button count, the View menu's zoom (kept between runs), tooltips, buttons the
 // frame never answered for, the keyboard in the grid and in the source picker.
 #include "desk.h"
-#include "grid_geometry.h"
-#include "grid_scroll_area.h"
-#include "no_paste_line_edit.h"
-#include "source_picker_dialog.h"
+#include "editing/grid_geometry.h"
+#include "widgets/grid_scroll_area.h"
+#include "widgets/no_paste_line_edit.h"
+#include "widgets/source_picker_dialog.h"
 #include "window_geometry.h"
 
 #include <QComboBox>

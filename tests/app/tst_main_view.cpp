@@ -1,11 +1,11 @@
 // The main window at work against the emulated frame, driven by real Qt events: clicks, keys,
 // drops, the connect button and the source picker.
-#include "connection_panel_rules.h"
+#include "session/connection_panel_rules.h"
 #include "demo_frame.h"
 #include "desk.h"
-#include "no_paste_line_edit.h"
-#include "sandbox_strip.h"
-#include "source_picker_dialog.h"
+#include "widgets/no_paste_line_edit.h"
+#include "widgets/sandbox_strip.h"
+#include "widgets/source_picker_dialog.h"
 
 #include <QKeySequence>
 #include <QLabel>

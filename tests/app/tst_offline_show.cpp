@@ -3,8 +3,8 @@
 // quorvane-cli apply, where every button lands.
 #include "cli_frame_support.h"
 #include "cli_runner.h"
-#include "content_view.h"
-#include "editing_model.h"
+#include "widgets/content_view.h"
+#include "editing/editing_model.h"
 #include "fast_timing.h"
 #include "link/gv_connection.h"
 #include "main_window.h"

@@ -1,7 +1,7 @@
 // Reconnect automatically, as the operator meets it in the main window: the option, the
 // countdown in the status line with its Cancel, a frame restarted and connected again without
 // a click, and the user's own Disconnect or Cancel, which it never undoes.
-#include "auto_reconnect.h"
+#include "session/auto_reconnect.h"
 #include "desk.h"
 
 #include <QCheckBox>

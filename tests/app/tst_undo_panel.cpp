@@ -2,13 +2,13 @@
 // every edit, onto empty buttons too, comes back exactly; a button the frame never answered for
 // is named, not guessed; a step is undone only on the panel it was made on; and a lost link is
 // explained where the operator looks.
-#include "connection_panel.h"
+#include "widgets/connection_panel.h"
 #include "desk.h"
-#include "link_failure.h"
+#include "session/link_failure.h"
 #include "main_window.h"
 #include "model/show_file.h"
-#include "sandbox_strip.h"
-#include "source_picker_dialog.h"
+#include "widgets/sandbox_strip.h"
+#include "widgets/source_picker_dialog.h"
 
 #include <QComboBox>
 #include <QFile>

@@ -1,8 +1,8 @@
 // The main window at its smallest: every control of the connection panel and the bar above the
 // grid is shown whole, beside the others, inside the window, connected or not.
 #include "desk.h"
-#include "grid_scroll_area.h"
-#include "sandbox_strip.h"
+#include "widgets/grid_scroll_area.h"
+#include "widgets/sandbox_strip.h"
 
 #include <QLabel>
 #include <QLayout>

@@ -2,7 +2,7 @@
 
 // Drag payloads as the windows send them, for tests that drop without a real drag.
 
-#include "drag_payload.h"
+#include "editing/drag_payload.h"
 
 namespace quorvane::test {
 
