@@ -45,6 +45,8 @@ public:
 
     // A network that turns lossy (or recovers) from now on.
     void setDropFractions(double received, double sent);
+    // A network that starts (or stops) shuffling the order of what is sent.
+    void setReorderWindow(int milliseconds) { m_reorderWindowMs = milliseconds; }
 
     // One decision per received datagram.
     bool dropsNext();

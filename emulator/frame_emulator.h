@@ -128,6 +128,9 @@ public:
 
     // A network that turns slow: everything sent from now on leaves this much later.
     void setAnswerDelay(int milliseconds);
+    // A network that turns to reordering: each datagram sent from now on up to this much later
+    // again, at random.
+    void setReorderWindow(int milliseconds) { m_faults.setReorderWindow(milliseconds); }
     // A network that turns lossy: fractions of what is received and sent from now on.
     void setLoss(double received, double sent) { m_faults.setDropFractions(received, sent); }
 

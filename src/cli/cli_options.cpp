@@ -298,9 +298,10 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
 
 std::chrono::seconds shortestTimeout(const LinkTiming& timing, int retries)
 {
-    // The widest panel loads longest.
-    const auto needed =
-        connectWaits(timing, supportedButtonCounts.back()) + retries * timing.retryListen;
+    // The widest panel loads longest, and a frame that leaves buttons silent makes a load wait
+    // for answers as long as it ever does.
+    const auto needed = connectWaits(timing, supportedButtonCounts.back()) +
+                        timing.buttonsListen + retries * timing.retryListen;
     return std::chrono::ceil<std::chrono::seconds>(needed);
 }
 

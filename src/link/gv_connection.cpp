@@ -118,6 +118,7 @@ void GVConnection::disconnect()
     publish(m_isLoading, false, &GVConnection::isLoadingChanged);
     publish(m_hasLoadedAllBuses, false, &GVConnection::hasLoadedAllBusesChanged);
     m_subscribedModes.clear();
+    m_busLoad.reset();
     enterState(ConnectionState::idle, 0.0);
     setStatusMessage(connectionStateText(ConnectionState::idle));
     publish(m_frameName, QString(), &GVConnection::frameNameChanged);

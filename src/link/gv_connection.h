@@ -186,6 +186,24 @@ private:
         bool cancelled = false;
     };
     using Token = std::shared_ptr<CancelToken>;
+    // One bus load. A first visit to another bus takes its place: the load stops at its next
+    // suspension and its bus loads again on its next visit.
+    struct BusLoad {
+        Token session;
+        QString key; // the combination it loads ("ME1-35")
+        bool cancelled = false;
+        bool stopped() const { return cancelled || session->cancelled; }
+    };
+    using BusLoadRef = std::shared_ptr<BusLoad>;
+    // How a wait for the answers of a load ended.
+    struct AnswerWait {
+        int iterations = 0;
+        int batches = 0;      // datagrams of button data handed on
+        qsizetype missing = 0; // buttons still without an answer
+        bool quiet = false;   // ended by the quiet gap, buttons still missing
+    };
+    // Whether a listen stops once it has handed on button data and nothing more is waiting.
+    enum class ListenEnd { afterDuration, onceDrained };
 
     // Transport
     static std::optional<QHostAddress> dottedIPv4(const QString& host);
@@ -224,9 +242,15 @@ private:
     QCoro::Task<> autoLoadAllData(Token token);
     QCoro::Task<> subscribeToSourceNames(Token token);
     QCoro::Task<> sendAllBusSubscriptions(Token token);
-    QCoro::Task<bool> askAgainForUnanswered(Bus bus, int count, Token token);
+    BusLoadRef beginBusLoad(const Token& session, const QString& key);
+    QCoro::Task<AnswerWait> awaitAnswers(Bus bus, int count, const QElapsedTimer& since,
+                                         std::chrono::milliseconds limit,
+                                         std::optional<std::chrono::milliseconds> quietGap,
+                                         BusLoadRef load);
+    QCoro::Task<bool> askAgainForUnanswered(Bus bus, int count, BusLoadRef load);
     void sendButtonSubscription(Bus bus, int count, ButtonPosition position);
-    QCoro::Task<int> listen(std::chrono::milliseconds duration);
+    QCoro::Task<int> listen(std::chrono::milliseconds duration,
+                            ListenEnd end = ListenEnd::afterDuration);
     void handleSourceNamesResponse(const QByteArray& datagram, bool onListener);
     void sendRequest(const QByteArray& request);
     void switchTo(const QString& operation, const QString& cachedStatus,
@@ -278,6 +302,7 @@ private:
     QElapsedTimer m_lastHeartbeatAck; // since the last ACK seen
     std::optional<QCoro::Task<>> m_connectionTask;
     Token m_session; // cancelled by disconnect: nothing of an old link may touch the state
+    BusLoadRef m_busLoad; // the bus load running, if any
     QSet<QString> m_ignoredSenders;
     quint16 m_msgCounter = firstMessageSequence;
     quint16 m_subIdCounter = firstSubscriptionId;

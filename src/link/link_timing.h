@@ -37,18 +37,21 @@ struct LinkTiming {
     ms preambleListen{50};     // after the bus preamble
     ms frameInfoListen{100};   // after the early frame-info subscription
     ms batchListen{10};        // after every tenth button subscription
-    ms buttonsListen{1'500};   // the active listen phase after the button subscriptions
-    ms buttonsListenSlice{50}; // one listen inside that phase
+    ms buttonsListen{1'500};   // the longest wait for answers after the button subscriptions
+    ms buttonsListenSlice{50}; // one listen inside that wait
     ms retryListen{300};       // the longest wait for the buttons asked for again
+    // Once answers have begun, this long without a new one means the missing buttons are lost,
+    // not late: they are asked for again at once. Long enough for a slow frame's stragglers.
+    ms answersQuietGap{150};
 };
 
 // The waits one bus load cannot avoid, whatever the frame answers: the listens after the
-// preamble, the frame information and every tenth button, and the active listen.
+// preamble, the frame information and every tenth button. The wait for answers after them ends
+// as soon as every button has answered.
 inline std::chrono::milliseconds busLoadWaits(const LinkTiming& timing, int buttonCount)
 {
     const int batchListens = shiftRowCount * buttonCount / 10;
-    return timing.preambleListen + timing.frameInfoListen + batchListens * timing.batchListen +
-           timing.buttonsListen;
+    return timing.preambleListen + timing.frameInfoListen + batchListens * timing.batchListen;
 }
 
 // The waits a connect cannot avoid up to its first bus loaded: the pauses after the

@@ -273,9 +273,8 @@ private Q_SLOTS:
         QTRY_VERIFY(link.sentBy(ClientMessageKind::buttonSubscription).size() > 140 + 20);
         connection.changeButtonCount(15);
         QTRY_VERIFY_WITH_TIMEOUT(connection.subscribedModes().contains(u"PGM-15"_s) &&
-                                     link.logged(u"[INFO] Read abandoned: the button count "
-                                                 u"changed while PGM-20 was loading; it loads "
-                                                 u"again on its next visit"_s),
+                                     link.logged(u"[INFO] Read abandoned: PGM-20 gave way to "
+                                                 u"PGM-15; it loads again on its next visit"_s),
                                  connectTimeoutMs);
         QTRY_COMPARE(connection.isLoading(), false);
         QVERIFY(!connection.subscribedModes().contains(u"PGM-20"_s));

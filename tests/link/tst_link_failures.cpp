@@ -230,7 +230,10 @@ private Q_SLOTS:
     {
         LinkTiming timing = fastTiming();
         timing.buttonsListen = std::chrono::milliseconds(4500);
-        LinkFixture link({}, timing);
+        // A button that never answers keeps the load listening for its whole window.
+        emulator::FrameEmulatorOptions options;
+        options.faults.silentButtons = {{Bus::pgm, 35, 4, 35}};
+        LinkFixture link(options, timing);
         QVERIFY(link.startFrame());
         QObject::connect(link.connection.get(), &GVConnection::connectionStateChanged,
                          link.connection.get(), [&] {

@@ -1,0 +1,103 @@
+// How long a first visit to a bus takes in the main window against the emulated frame with the
+// protocol's own timings: from the click on its tab to a complete grid (every cell drawn from
+// the frame's answers), beside the waits a load cannot avoid (target ≤ 0.4 s on a healthy
+// frame). Then the same with 5 % of the datagrams lost each way, which costs a round of asking
+// again. Run it on the offscreen platform: QT_QPA_PLATFORM=offscreen.
+#include "diagnostics/debug_logger.h"
+#include "editing/editing_model.h"
+#include "frame_emulator.h"
+#include "link/gv_connection.h"
+#include "main_window.h"
+#include "run_until.h"
+#include "widgets/connection_panel.h"
+#include "widgets/content_view.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QSettings>
+#include <QTabBar>
+#include <QTemporaryDir>
+#include <QTest>
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+using namespace quorvane;
+using quorvane::bench::runUntil;
+
+namespace {
+
+// Click to complete grid for each bus not yet loaded, in milliseconds; empty on failure.
+std::vector<double> firstVisits(double loss, quint32 seed)
+{
+    emulator::FrameEmulatorOptions options;
+    options.faults.seed = seed;
+    emulator::FrameEmulator frame(options);
+    if (!frame.start()) {
+        std::fprintf(stderr, "cannot start the emulated frame: %s\n",
+                     qPrintable(frame.errorString()));
+        return {};
+    }
+    QTemporaryDir settingsDir;
+    QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
+    DebugLogger logger;
+    logger.setEcho(nullptr);
+    MainWindow window(preferences, logger);
+    window.show();
+    if (!QTest::qWaitForWindowExposed(&window))
+        return {};
+    ContentView& view = window.contentView();
+    GVConnection& connection = view.connection();
+    EditingModel& model = view.model();
+    model.setIpAddress(u"127.0.0.1"_s);
+    view.connectionPanel()->pressConnectButton();
+    if (!runUntil([&] { return connection.connectionState() == ConnectionState::connected; },
+                  30'000)) {
+        std::fprintf(stderr, "did not connect: %s\n", qPrintable(connection.statusMessage()));
+        return {};
+    }
+    frame.setLoss(loss, loss);
+
+    QTabBar* tabs = view.busTabs();
+    std::vector<double> visits;
+    for (int index = 0; index < tabs->count(); ++index) {
+        if (index == tabs->currentIndex())
+            continue;
+        QElapsedTimer clock;
+        clock.start();
+        QTest::mouseClick(tabs, Qt::LeftButton, Qt::NoModifier, tabs->tabRect(index).center());
+        if (!runUntil([&] { return model.cellState(1, 1).isFullyLoaded; }, 10'000))
+            return {};
+        visits.push_back(double(clock.nsecsElapsed()) / 1e6);
+    }
+    connection.disconnect();
+    return visits;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    const double fixed = double(busLoadWaits(LinkTiming{}, 35).count());
+    std::printf("first visit to a bus at 35 buttons, tab click to a complete grid, default "
+                "timings\nfixed waits of a load: %.0f ms\n\n",
+                fixed);
+    std::printf("%-10s %10s %10s %10s\n", "loss", "median ms", "worst ms", "ratio");
+    for (const double loss : {0.0, 0.05}) {
+        std::vector<double> visits;
+        for (quint32 seed = 1; seed <= 3; ++seed) {
+            const std::vector<double> run = firstVisits(loss, seed);
+            if (run.empty())
+                return 1;
+            visits.insert(visits.end(), run.begin(), run.end());
+        }
+        std::sort(visits.begin(), visits.end());
+        const double median = visits[visits.size() / 2];
+        std::printf("%-10s %10.0f %10.0f %10.3f\n", loss > 0 ? "5 %" : "none", median,
+                    visits.back(), median / fixed);
+    }
+    std::printf("\ntarget: median <= 400 ms without loss\n");
+    return 0;
+}
