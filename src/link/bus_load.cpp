@@ -9,6 +9,7 @@
 #include "wire_messages.h"
 
 #include <QScopeGuard>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -27,30 +28,63 @@ std::chrono::milliseconds elapsedOf(const QElapsedTimer& timer)
 
 } // namespace
 
-GVConnection::BusLoadRef GVConnection::beginBusLoad(const Token& session, const QString& key)
+GVConnection::BusLoadRef GVConnection::beginBusLoad(const Token& session, const QString& key,
+                                                    bool shown)
 {
     if (m_busLoad && !m_busLoad->stopped()) {
         m_busLoad->cancelled = true;
         m_logger.info(u"Read abandoned: "_s + m_busLoad->key + u" gave way to "_s + key +
                       u"; it loads again on its next visit"_s);
     }
-    m_busLoad = std::make_shared<BusLoad>(BusLoad{session, key});
+    m_busLoad = std::make_shared<BusLoad>(BusLoad{session, key, shown});
     return m_busLoad;
 }
 
-QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
+void GVConnection::endBusLoad(const BusLoadRef& load)
+{
+    // A load that another took the place of ends quietly; the other runs on.
+    if (m_busLoad != load)
+        return;
+    m_busLoad.reset();
+    if (!load->session->cancelled)
+        Q_EMIT busLoadEnded();
+}
+
+void GVConnection::updateAllBusesLoaded()
+{
+    const bool all = std::ranges::all_of(allBuses, [this](Bus bus) {
+        return m_subscribedModes.contains(modeKey(bus, m_buttonCount));
+    });
+    publish(m_hasLoadedAllBuses, all, &GVConnection::hasLoadedAllBusesChanged);
+}
+
+bool GVConnection::loadInBackground(Bus bus)
+{
+    if (!m_isConnected || m_busLoad || m_subscribedModes.contains(modeKey(bus, m_buttonCount)))
+        return false;
+    m_logger.info(u"Loading "_s + modeKey(bus, m_buttonCount) + u" in the background"_s);
+    // Runs on by itself; a disconnect or a first visit stops it through its tokens.
+    [[maybe_unused]] const QCoro::Task<> load = sendAllBusSubscriptions(m_session, bus, false);
+    return true;
+}
+
+QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token, Bus bus, bool shown)
 {
     QPointer<GVConnection> self(this);
-    const Bus bus = m_currentBus;
     const int count = m_buttonCount;
     const QString name = busName(bus);
     const QString key = modeKey(bus, count);
-    const BusLoadRef load = beginBusLoad(token, key);
+    const BusLoadRef load = beginBusLoad(token, key, shown);
     // Whichever way this load ends, it no longer runs; a load that took its place runs on.
     const auto finished = qScopeGuard([&] {
-        if (self && m_busLoad == load)
-            m_busLoad.reset();
+        if (self)
+            endBusLoad(load);
     });
+    // What the operator is looking at is told as it goes; a load ahead only when it is done.
+    const auto tell = [&](const QString& status) {
+        if (load->shown)
+            setStatusMessage(status);
+    };
     m_logger.info(u"sendAllBusSubscriptions starting for "_s + name + u" with "_s +
                   QString::number(count) + u"-button mode"_s);
     auto gone = [&] { return !self || load->stopped(); };
@@ -76,22 +110,26 @@ QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
                 answersDuringSending += co_await listen(m_timing.batchListen);
                 if (gone())
                     co_return;
-                setStatusMessage(u"Loading "_s + name + u"... "_s + QString::number(sent) + u'/' +
-                                 QString::number(total));
+                tell(u"Loading "_s + name + u"... "_s + QString::number(sent) + u'/' +
+                     QString::number(total));
             }
         }
     }
     m_logger.info(u"Sent "_s + QString::number(sent) + u" button subscriptions for "_s + name +
                   u" ("_s + QString::number(count) + u"-button mode)"_s);
-    setStatusMessage(u"Waiting for "_s + name + u" data..."_s);
+    tell(u"Waiting for "_s + name + u" data..."_s);
 
     m_logger.info(u"Starting active listen phase (1.5s) for "_s + name);
     QElapsedTimer window;
     window.start();
+    // The silence that says answers are lost is counted from the last answer, and before the
+    // first one from the end of the subscriptions.
+    QElapsedTimer lastAnswer;
+    lastAnswer.start();
     const std::optional<std::chrono::milliseconds> quietGap =
         answersDuringSending > 0 ? std::optional(m_timing.answersQuietGap) : std::nullopt;
-    const AnswerWait heard =
-        co_await awaitAnswers(bus, count, window, m_timing.buttonsListen, quietGap, load);
+    const AnswerWait heard = co_await awaitAnswers(bus, count, window, m_timing.buttonsListen,
+                                                   quietGap, lastAnswer, load);
     if (gone())
         co_return;
     m_logger.info(u"Active listen complete: "_s + QString::number(heard.iterations) +
@@ -112,14 +150,23 @@ QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
             return false;
         m_logger.info(u"Read abandoned: the button count changed while "_s + key +
                       u" was loading; it loads again on its next visit"_s);
-        publish(m_isLoading, false, &GVConnection::isLoadingChanged);
+        if (load->shown)
+            publish(m_isLoading, false, &GVConnection::isLoadingChanged);
         return true;
     };
-    if (abandoned() || !co_await askAgainForUnanswered(bus, count, load) || abandoned())
+    if (abandoned())
         co_return;
-    // Answers still on their way from a slow frame count until the window closes.
+    const std::optional<qsizetype> answeredAgain =
+        co_await askAgainForUnanswered(bus, count, lastAnswer, load);
+    if (!answeredAgain || abandoned())
+        co_return;
+    // Answers still on their way from a slow frame count until the window closes. When the
+    // buttons asked for again did answer, the frame is keeping up and a silence is a loss.
     if (!unansweredButtons(bus, count).isEmpty()) {
-        co_await awaitAnswers(bus, count, window, m_timing.buttonsListen, std::nullopt, load);
+        const std::optional<std::chrono::milliseconds> tailGap =
+            *answeredAgain > 0 ? std::optional(m_timing.answersQuietGap) : std::nullopt;
+        co_await awaitAnswers(bus, count, window, m_timing.buttonsListen, tailGap, lastAnswer,
+                              load);
         if (gone() || abandoned())
             co_return;
     }
@@ -129,24 +176,36 @@ QCoro::Task<> GVConnection::sendAllBusSubscriptions(Token token)
                       u" buttons: "_s + describeButtonRuns(bus, missing).join(u"; "_s));
     }
     m_subscribedModes.insert(key);
-    publish(m_isLoading, false, &GVConnection::isLoadingChanged);
-    publish(m_hasLoadedAllBuses, true, &GVConnection::hasLoadedAllBusesChanged);
+    updateAllBusesLoaded();
     const QString mappingCount = QString::number(m_mappings.size());
-    setStatusMessage(name + u" ("_s + QString::number(count) + u"-btn): "_s + mappingCount +
-                     u" mappings"_s);
     m_logger.info(u"Read complete: "_s + key + u" cached with "_s + mappingCount + u" mappings"_s);
+    if (load->shown) {
+        publish(m_isLoading, false, &GVConnection::isLoadingChanged);
+        setStatusMessage(name + u" ("_s + QString::number(count) + u"-btn): "_s + mappingCount +
+                         u" mappings"_s);
+        co_return;
+    }
+    const auto loaded = std::ranges::count_if(allBuses, [&](Bus each) {
+        return m_subscribedModes.contains(modeKey(each, count));
+    });
+    const QString progress = QString::number(loaded) + u" of "_s +
+                             QString::number(allBuses.size()) + u" buses at "_s +
+                             QString::number(count) + u" buttons"_s;
+    m_logger.info(u"Loaded in the background: "_s + key + u" ("_s + progress + u')');
+    const QString what = m_hasLoadedAllBuses ? u"All buses loaded"_s
+                                             : name + u" loaded in the background"_s;
+    setStatusMessage(what + u" ("_s + progress + u')');
 }
 
 QCoro::Task<GVConnection::AnswerWait>
 GVConnection::awaitAnswers(Bus bus, int count, const QElapsedTimer& since,
                            std::chrono::milliseconds limit,
-                           std::optional<std::chrono::milliseconds> quietGap, BusLoadRef load)
+                           std::optional<std::chrono::milliseconds> quietGap,
+                           QElapsedTimer& lastAnswer, BusLoadRef load)
 {
     QPointer<GVConnection> self(this);
     AnswerWait wait;
     wait.missing = unansweredButtons(bus, count).size();
-    QElapsedTimer quiet;
-    quiet.start();
     for (;;) {
         // Decoding is queued behind the datagrams; let it land before counting.
         co_await pause(std::chrono::microseconds::zero());
@@ -154,7 +213,7 @@ GVConnection::awaitAnswers(Bus bus, int count, const QElapsedTimer& since,
             co_return wait;
         const qsizetype missing = unansweredButtons(bus, count).size();
         if (missing < wait.missing) {
-            quiet.restart();
+            lastAnswer.restart();
             // Answers have begun: from now on a silence says the rest are lost.
             if (!quietGap)
                 quietGap = m_timing.answersQuietGap;
@@ -163,7 +222,7 @@ GVConnection::awaitAnswers(Bus bus, int count, const QElapsedTimer& since,
         const auto remaining = limit - elapsedOf(since);
         if (missing == 0 || remaining <= std::chrono::milliseconds::zero())
             co_return wait;
-        if (quietGap && elapsedOf(quiet) >= *quietGap) {
+        if (quietGap && elapsedOf(lastAnswer) >= *quietGap) {
             wait.quiet = true;
             co_return wait;
         }
@@ -186,16 +245,19 @@ void GVConnection::sendButtonSubscription(Bus bus, int count, ButtonPosition pos
                                          busCode(bus)));
 }
 
-QCoro::Task<bool> GVConnection::askAgainForUnanswered(Bus bus, int count, BusLoadRef load)
+QCoro::Task<std::optional<qsizetype>>
+GVConnection::askAgainForUnanswered(Bus bus, int count, QElapsedTimer& lastAnswer,
+                                    BusLoadRef load)
 {
     // A lost subscription or answer would otherwise leave a button unknown for the whole
     // session. Only the silent buttons are asked for again, a bounded number of times.
     QPointer<GVConnection> self(this);
     const QString key = modeKey(bus, count);
+    qsizetype answered = 0;
     for (int round = 1; round <= m_answerRetries; ++round) {
         const QList<ButtonPosition> missing = unansweredButtons(bus, count);
         if (missing.isEmpty())
-            co_return true;
+            break;
         m_logger.info(u"Asking again for "_s + QString::number(missing.size()) +
                       u" unanswered buttons of "_s + key + u" (round "_s + QString::number(round) +
                       u" of "_s + QString::number(m_answerRetries) + u')');
@@ -204,20 +266,21 @@ QCoro::Task<bool> GVConnection::askAgainForUnanswered(Bus bus, int count, BusLoa
             if ((i + 1) % listenEvery == 0) {
                 co_await listen(m_timing.batchListen);
                 if (!self || load->stopped())
-                    co_return false;
+                    co_return std::nullopt;
             }
         }
         QElapsedTimer waiting;
         waiting.start();
         const AnswerWait heard = co_await awaitAnswers(bus, count, waiting, m_timing.retryListen,
-                                                       std::nullopt, load);
+                                                       std::nullopt, lastAnswer, load);
         if (!self || load->stopped())
-            co_return false;
+            co_return std::nullopt;
+        answered += missing.size() - heard.missing;
         m_logger.info(u"Asked again for "_s + key + u": "_s +
                       QString::number(missing.size() - heard.missing) + u" of "_s +
                       QString::number(missing.size()) + u" answered"_s);
     }
-    co_return true;
+    co_return answered;
 }
 
 QCoro::Task<int> GVConnection::listen(std::chrono::milliseconds duration, ListenEnd end)
@@ -228,11 +291,10 @@ QCoro::Task<int> GVConnection::listen(std::chrono::milliseconds duration, Listen
     listening.start();
     int logged = 0;
     int handedOn = 0;
-    for (;;) {
-        if (end == ListenEnd::onceDrained && handedOn > 0 &&
-            !(mainSocket && mainSocket->hasDatagram())) {
+    // A closed socket ends the listen: there is nothing more to hear, and nothing to wait on.
+    while (mainSocket) {
+        if (end == ListenEnd::onceDrained && handedOn > 0 && !mainSocket->hasDatagram())
             break;
-        }
         const auto remaining = duration - elapsedOf(listening);
         if (remaining <= std::chrono::milliseconds::zero())
             break;

@@ -106,6 +106,12 @@ public:
     // address field shows the name again next time), else `host`.
     void connect(const QString& host, int suite, int buttonCount,
                  const QString& savedAs = QString());
+    // Loads `bus` at the current button count without showing it, so that its first visit is
+    // a switch from the cache. Only while connected, no other load runs and it is not cached;
+    // whether it started. A first visit to another bus takes its place.
+    bool loadInBackground(Bus bus);
+    bool isBusLoadRunning() const { return m_busLoad != nullptr; }
+
     // Tears the link down and forgets what was read from the frame. Safe in any state.
     void disconnect();
     // The panel's Cancel while a connect runs: stops the connect task, then disconnects.
@@ -173,6 +179,8 @@ Q_SIGNALS:
     void buttonCountChanged();
     void currentBusChanged();
     void hasLoadedAllBusesChanged();
+    // A bus load has ended (read whole, or given up), and none runs now.
+    void busLoadEnded();
     // The frame has answered for one or more buttons (see lastAnswer).
     void buttonsAnswered();
     // The frame fell silent and the link was dropped: sent once disconnect has run, as the
@@ -191,6 +199,7 @@ private:
     struct BusLoad {
         Token session;
         QString key; // the combination it loads ("ME1-35")
+        bool shown = true; // false: loading ahead in the background, quietly
         bool cancelled = false;
         bool stopped() const { return cancelled || session->cancelled; }
     };
@@ -241,13 +250,20 @@ private:
     // Loading
     QCoro::Task<> autoLoadAllData(Token token);
     QCoro::Task<> subscribeToSourceNames(Token token);
-    QCoro::Task<> sendAllBusSubscriptions(Token token);
-    BusLoadRef beginBusLoad(const Token& session, const QString& key);
+    QCoro::Task<> sendAllBusSubscriptions(Token token, Bus bus, bool shown);
+    BusLoadRef beginBusLoad(const Token& session, const QString& key, bool shown);
+    void endBusLoad(const BusLoadRef& load);
+    void updateAllBusesLoaded();
+    // Listens until every button of the load has answered, until `limit` has passed `since`,
+    // or, with a quiet gap (taken up once answers begin), until none came for that long.
     QCoro::Task<AnswerWait> awaitAnswers(Bus bus, int count, const QElapsedTimer& since,
                                          std::chrono::milliseconds limit,
                                          std::optional<std::chrono::milliseconds> quietGap,
-                                         BusLoadRef load);
-    QCoro::Task<bool> askAgainForUnanswered(Bus bus, int count, BusLoadRef load);
+                                         QElapsedTimer& lastAnswer, BusLoadRef load);
+    // The rounds of asking again; how many buttons answered in them, none when stopped.
+    QCoro::Task<std::optional<qsizetype>> askAgainForUnanswered(Bus bus, int count,
+                                                                QElapsedTimer& lastAnswer,
+                                                                BusLoadRef load);
     void sendButtonSubscription(Bus bus, int count, ButtonPosition position);
     QCoro::Task<int> listen(std::chrono::milliseconds duration,
                             ListenEnd end = ListenEnd::afterDuration);

@@ -32,7 +32,7 @@ QCoro::Task<> GVConnection::autoLoadAllData(Token token)
     enterState(ConnectionState::loadingButtons, 0.75);
     setStatusMessage(u"Loading button mappings..."_s);
     clearMappings();
-    co_await sendAllBusSubscriptions(token);
+    co_await sendAllBusSubscriptions(token, m_currentBus, true);
     if (!self || token->cancelled)
         co_return;
 
@@ -165,6 +165,7 @@ void GVConnection::changeBus(Bus bus)
 void GVConnection::switchTo(const QString& operation, const QString& cachedStatus,
                             const QString& loadingStatus)
 {
+    updateAllBusesLoaded();
     const QString key = modeKey(m_currentBus, m_buttonCount);
     if (m_subscribedModes.contains(key)) {
         m_logger.info(operation + u": "_s + key + u" already cached - instant switch"_s);
@@ -174,8 +175,14 @@ void GVConnection::switchTo(const QString& operation, const QString& cachedStatu
     m_logger.info(operation + u": first visit to "_s + key + u" - subscribing"_s);
     publish(m_isLoading, true, &GVConnection::isLoadingChanged);
     setStatusMessage(loadingStatus);
+    // A load ahead of this very bus is already on its way: from now on it is the shown one.
+    if (m_busLoad && !m_busLoad->stopped() && m_busLoad->key == key) {
+        m_busLoad->shown = true;
+        return;
+    }
     // Runs on by itself; a disconnect stops it through the session token.
-    [[maybe_unused]] const QCoro::Task<> load = sendAllBusSubscriptions(m_session);
+    [[maybe_unused]] const QCoro::Task<> load =
+        sendAllBusSubscriptions(m_session, m_currentBus, true);
 }
 
 } // namespace quorvane

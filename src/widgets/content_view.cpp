@@ -1,6 +1,7 @@
 #include "widgets/content_view.h"
 
 #include "session/auto_reconnect.h"
+#include "session/background_bus_loading.h"
 #include "widgets/button_grid_widget.h"
 #include "widgets/connection_panel.h"
 #include "widgets/debug_log_panel.h"
@@ -45,6 +46,7 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     , m_connection(std::make_unique<GVConnection>(preferences, logger))
     , m_model(std::make_unique<EditingModel>(*m_connection))
     , m_reconnect(std::make_unique<AutoReconnect>(*m_connection, preferences))
+    , m_backgroundLoading(std::make_unique<BackgroundBusLoading>(*m_connection))
     , m_linkFailure(std::make_unique<LinkFailure>(*m_connection))
 {
     // The last frame that answered is the one the operator most likely wants again.

@@ -12,6 +12,7 @@ class QToolButton;
 namespace quorvane {
 
 class AutoReconnect;
+class BackgroundBusLoading;
 class ButtonGridWidget;
 class ClipboardDropArea;
 class ConnectionPanel;
@@ -37,6 +38,7 @@ public:
     GVConnection& connection() const { return *m_connection; }
     EditingModel& model() const { return *m_model; }
     AutoReconnect& autoReconnect() const { return *m_reconnect; }
+    BackgroundBusLoading& backgroundLoading() const { return *m_backgroundLoading; }
     LinkFailure& linkFailure() const { return *m_linkFailure; }
     DebugLogger& logger() const { return m_logger; }
 
@@ -75,6 +77,7 @@ private:
     std::unique_ptr<GVConnection> m_connection;
     std::unique_ptr<EditingModel> m_model;
     std::unique_ptr<AutoReconnect> m_reconnect;
+    std::unique_ptr<BackgroundBusLoading> m_backgroundLoading;
     std::unique_ptr<LinkFailure> m_linkFailure;
     ConnectionPanel* m_panel;
     QTabBar* m_busTabs;

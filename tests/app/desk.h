@@ -6,6 +6,7 @@
 #include "widgets/button_grid_widget.h"
 #include "widgets/connection_panel.h"
 #include "widgets/content_view.h"
+#include "session/background_bus_loading.h"
 #include "editing/drag_payload.h"
 #include "drag_support.h"
 #include "editing/editing_model.h"
@@ -53,6 +54,8 @@ struct Desk {
         logger.setEcho(nullptr);
         connection.setTiming(fastTiming());
         model.setIpAddress(QStringLiteral("127.0.0.1"));
+        // Only the frame's answers to what a test does itself; tests of loading ahead turn it on.
+        view.backgroundLoading().setEnabled(false);
     }
 
     bool start()

@@ -1,7 +1,10 @@
-// Buses opened for the first time in quick succession, at the link's own timings: the bus shown
-// last is drawn as soon as its own answers are in, and no load is credited to another bus.
+// Bus loads at the link's own timings: buses opened for the first time in quick succession (the
+// one shown last is drawn as soon as its own answers are in, and no load is credited to another
+// bus), and every bus loaded ahead so that its first visit is a switch from the cache.
 #include "desk.h"
+#include "session/background_bus_loading.h"
 
+#include <QLabel>
 #include <QTabBar>
 
 using namespace Qt::StringLiterals;
@@ -99,6 +102,31 @@ private Q_SLOTS:
             const ButtonCellState cell = desk.model.cellState(1, button);
             if (!cell.isUnknown)
                 QCOMPARE(cell.source, qint64{desk.frame.mapping(Bus::me2, 35, 1, button)});
+        }
+    }
+
+    void everyBusIsReadyBeforeItIsOpened()
+    {
+        Desk desk;
+        desk.connection.setTiming(LinkTiming{});
+        desk.view.backgroundLoading().setEnabled(true);
+        QVERIFY(desk.start());
+        QVERIFY(desk.connectAndWait());
+        QVERIFY(!desk.view.connectionPanel()->allBusesLabel()->isVisible());
+        // Five more loads of about a third of a second each.
+        QTRY_VERIFY_WITH_TIMEOUT(desk.connection.hasLoadedAllBuses(), 4'000);
+        QTRY_VERIFY(desk.view.connectionPanel()->allBusesLabel()->isVisible());
+
+        QTabBar* tabs = desk.view.busTabs();
+        for (Bus bus : allBuses) {
+            QTest::mouseClick(tabs, Qt::LeftButton, Qt::NoModifier,
+                              tabs->tabRect(tabIndex(bus)).center());
+            QCOMPARE(desk.connection.isLoading(), false);
+            QVERIFY(desk.model.cellState(1, 1).isFullyLoaded);
+            for (int button = 1; button <= 35; ++button) {
+                QCOMPARE(desk.model.cellState(3, button).source,
+                         qint64{desk.frame.mapping(bus, 35, 3, button)});
+            }
         }
     }
 };

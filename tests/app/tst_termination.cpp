@@ -87,8 +87,12 @@ private Q_SLOTS:
         QCOMPARE(app.process.exitCode(), 128 + signalNumber);
         const QStringList lines = logLines(app.out);
         QVERIFY(lines.size() > 5);
-        QCOMPARE(lines.mid(lines.size() - 5),
-                 QStringList{u"[INFO] Quitting on "_s + name} + disconnectLines);
+        // The link is closed last; a datagram of a bus loading ahead may still be read between
+        // the signal and the close.
+        QCOMPARE(lines.mid(lines.size() - disconnectLines.size()), disconnectLines);
+        const qsizetype quitting = lines.lastIndexOf(u"[INFO] Quitting on "_s + name);
+        QVERIFY(quitting >= 0);
+        QVERIFY(lines.size() - disconnectLines.size() - quitting <= 2);
         QVERIFY(app.out.endsWith('\n')); // the last line whole
     }
 

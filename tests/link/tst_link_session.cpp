@@ -80,7 +80,8 @@ private Q_SLOTS:
         QCOMPARE(link.connection->frameName(), u"K-Frame XP"_s);
         QCOMPARE(link.connection->frameVersion(), u"V12.3.1"_s);
         QCOMPARE(link.connection->subscribedModes(), QSet<QString>{u"PGM-35"_s});
-        QCOMPARE(link.connection->hasLoadedAllBuses(), true);
+        // One of the six buses: not all of them, until the others are loaded too.
+        QCOMPARE(link.connection->hasLoadedAllBuses(), false);
 
         const QString count = QString::number(link.connection->mappings().size());
         const QStringList messages = link.messages();
