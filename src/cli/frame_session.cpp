@@ -248,7 +248,7 @@ std::optional<QString> FrameSession::linkProblem(const QString& consequence) con
 
 QString FrameSession::sourceName(qint64 source) const
 {
-    if (source < 0 || source > maxShowSource)
+    if (source < 0 || source > lastSourceNumber)
         return QString();
     return m_connection->displayName(static_cast<int>(source)).value_or(QString());
 }
