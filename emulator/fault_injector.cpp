@@ -9,16 +9,19 @@ constexpr int longestGarbage = 96;
 constexpr quint32 garbageSeedOffset = 0x9e3779b9;
 constexpr quint32 dropSentSeedOffset = 0x85ebca6b;
 constexpr quint32 reorderSeedOffset = 0xc2b2ae35;
+constexpr quint32 corruptSeedOffset = 0x27d4eb2f;
 } // namespace
 
 FaultInjector::FaultInjector(const FaultOptions& options)
     : m_dropFraction(options.dropFraction)
     , m_dropSentFraction(options.dropSentFraction)
     , m_reorderWindowMs(options.reorderWindowMs)
+    , m_corruptSourceFraction(options.corruptSourceFraction)
     , m_dropRandom(options.seed)
     , m_dropSentRandom(options.seed ^ dropSentSeedOffset)
     , m_reorderRandom(options.seed ^ reorderSeedOffset)
     , m_garbageRandom(options.seed ^ garbageSeedOffset)
+    , m_corruptRandom(options.seed ^ corruptSeedOffset)
 {
 }
 
@@ -41,6 +44,15 @@ bool FaultInjector::dropsNextSent()
 int FaultInjector::reorderDelayMs()
 {
     return m_reorderWindowMs > 0 ? m_reorderRandom.bounded(m_reorderWindowMs + 1) : 0;
+}
+
+quint32 FaultInjector::answeredSource(quint32 source)
+{
+    if (m_corruptSourceFraction <= 0 || m_corruptRandom.generateDouble() >= m_corruptSourceFraction)
+        return source;
+    // High halves up to 0xfffe never make the reserved 0xfffffffe and 0xffffffff.
+    const quint32 highHalf = m_corruptRandom.bounded(1u, 0xFFFFu);
+    return (highHalf << 16) | (source & 0xFFFFu);
 }
 
 QByteArray FaultInjector::garbage()

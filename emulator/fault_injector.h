@@ -33,6 +33,10 @@ struct FaultOptions {
     // `restartDownMs` later, knowing nothing of the client any more.
     std::optional<int> restartAtButtonSubscription;
     int restartDownMs = 500;
+    // Of the button records sent in answer to a subscription, 0 to 1: the source gains bits
+    // above 16, as a damaged datagram would carry it. A damaged datagram elsewhere rarely still
+    // looks like a record, so this tests the decoder's range on purpose.
+    double corruptSourceFraction = 0.0;
     quint32 seed = 1;
 };
 
@@ -54,6 +58,8 @@ public:
     bool dropsNextSent();
     // The extra wait of the next datagram sent, 0 to the reorder window.
     int reorderDelayMs();
+    // `source`, or for a corrupted record one beyond 16 bits that is not a reserved value.
+    quint32 answeredSource(quint32 source);
     // Random bytes, 1 to 96 of them: short ones have no header, longer ones may look like any
     // message type.
     QByteArray garbage();
@@ -62,10 +68,12 @@ private:
     double m_dropFraction;
     double m_dropSentFraction;
     int m_reorderWindowMs;
+    double m_corruptSourceFraction;
     QRandomGenerator m_dropRandom;
     QRandomGenerator m_dropSentRandom;
     QRandomGenerator m_reorderRandom;
     QRandomGenerator m_garbageRandom;
+    QRandomGenerator m_corruptRandom;
 };
 
 } // namespace quorvane::emulator

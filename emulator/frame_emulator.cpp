@@ -459,11 +459,14 @@ void FrameEmulator::answerSubscription(const ReceivedDatagram& datagram)
             Q_EMIT activity(describe(message) + u" left unanswered on purpose"_s);
             break;
         }
-        const ButtonRecord record{
-            subscription.parameter, subscription.busCode,
-            m_show.buttons.source(subscription.busCode, subscription.parameter)};
+        const quint32 source = m_show.buttons.source(subscription.busCode, subscription.parameter);
+        const ButtonRecord record{subscription.parameter, subscription.busCode,
+                                  m_faults.answeredSource(source)};
         sendData(buttonDatagram(m_sequence.next(), subscription.subscriptionId, {record}));
-        Q_EMIT activity(describe(message) + u" > source "_s + QString::number(record.source));
+        Q_EMIT activity(describe(message) + u" > source "_s + QString::number(source) +
+                        (record.source == source
+                             ? QString()
+                             : u", corrupted to "_s + QString::number(record.source)));
         break;
     }
     default:

@@ -154,13 +154,17 @@ int main(int argc, char* argv[])
          u"Change a mapping on its own this often, as an operator at the panel would: shift rows "
          u"1 and 2 of every bus at 35 buttons, in turn."_s,
          u"ms"_s},
+        {u"corrupt-sources"_s,
+         u"Damage this fraction (0-1) of the button records that answer a subscription: the "
+         u"source gains bits above 16."_s,
+         u"fraction"_s, u"0"_s},
         {u"duplicate"_s, u"Send every datagram twice."_s},
         {u"stop-pings-after"_s, u"Stop answering PINGs this many seconds after start."_s,
          u"seconds"_s},
         {u"silent-handshake"_s, u"Never answer anything on port 5000."_s},
         {u"garbage-every"_s, u"Send a datagram of random bytes to the client this often."_s,
          u"ms"_s, u"0"_s},
-        {u"seed"_s, u"Seed of the random faults (drops, reordering, garbage)."_s, u"number"_s,
+        {u"seed"_s, u"Seed of the random faults (drops, reordering, garbage, corrupted sources)."_s, u"number"_s,
          u"1"_s},
         {u"verbose"_s, u"Also print every datagram received and sent."_s},
     });
@@ -203,6 +207,7 @@ int main(int argc, char* argv[])
             numberOption<int>(parser, u"restart-at-subscription"_s, 1, 1'000'000);
     }
     faults.restartDownMs = numberOption<int>(parser, u"restart-down"_s, 0, 60'000);
+    faults.corruptSourceFraction = numberOption<double>(parser, u"corrupt-sources"_s, 0.0, 1.0);
     faults.duplicateSends = parser.isSet(u"duplicate"_s);
     if (parser.isSet(u"stop-pings-after"_s))
         faults.stopPingAnswersAfterSeconds =

@@ -25,7 +25,7 @@ inline void checkButtons(const QList<ShowButton>& buttons, int buttonCount)
         const ShowButton& button = buttons[i];
         FUZZ_CHECK(button.shift >= 1 && button.shift <= 4);
         FUZZ_CHECK(button.button >= 1 && button.button <= buttonCount);
-        FUZZ_CHECK(button.source >= 0 && button.source <= maxShowSource);
+        FUZZ_CHECK(button.source >= 0 && button.source <= lastSourceNumber);
         FUZZ_CHECK(button.name.isValidUtf16());
         if (i > 0) {
             const ShowButton& before = buttons[i - 1];

@@ -73,14 +73,25 @@ int main(int argc, char** argv)
         return describeProgram(start.options.request);
     useDarkLook(app);
 
+    // Ctrl+C or SIGTERM end the program the way closing its window does, from here on: a
+    // message box below may already be waiting for the user.
+    TerminationRequest termination;
+    deliverTerminationSignals(termination);
+    QObject::connect(&termination, &TerminationRequest::requested, &app, [&termination] {
+        DebugLogger::shared().info(u"Quitting on "_s + termination.signalName());
+        QCoreApplication::exit(termination.exitStatus());
+    });
+
     QSettings preferences;
     MainWindow window(preferences, DebugLogger::shared());
     ContentView& view = window.contentView();
     EditingModel& model = view.model();
 
     if (start.options.show) {
-        if (const std::optional<QString> failed = window.openShow(*start.options.show))
+        if (const std::optional<QString> failed = window.openShow(*start.options.show)) {
+            DebugLogger::shared().warn(u"Show not opened: "_s + *failed);
             QMessageBox::warning(&window, u"Quorvane"_s, *failed);
+        }
     } else if (start.options.demo) {
         if (const std::optional<QString> failed = window.startDemoFrame()) {
             QMessageBox::warning(&window, u"Quorvane"_s,
@@ -100,19 +111,16 @@ int main(int argc, char** argv)
             std::fflush(stdout);
         });
     }
-    // Ctrl+C or SIGTERM end the program the way closing its window does.
-    TerminationRequest termination;
-    deliverTerminationSignals(termination);
-    QObject::connect(&termination, &TerminationRequest::requested, &app, [&termination] {
-        DebugLogger::shared().info(u"Quitting on "_s + termination.signalName());
-        QCoreApplication::exit(termination.exitStatus());
-    });
-
-    window.show();
-    QTimer::singleShot(100, &window, [&window] { window.setUpWindow(); });
-    if (start.options.connect)
-        view.connectionPanel()->pressConnectButton();
-    const int result = QApplication::exec();
+    // A request that ended a message box's own event loop above would not end the main one,
+    // which forgets an exit asked for before it starts.
+    int result = termination.exitStatus();
+    if (!termination.isRequested()) {
+        window.show();
+        QTimer::singleShot(100, &window, [&window] { window.setUpWindow(); });
+        if (start.options.connect)
+            view.connectionPanel()->pressConnectButton();
+        result = QApplication::exec();
+    }
     view.connection().disconnect();
     return result;
 }

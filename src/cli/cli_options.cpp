@@ -35,11 +35,15 @@ std::optional<Command> commandFromText(const QString& text)
     return std::nullopt;
 }
 
+// Digits only: QString::toInt would also take " 35" or "+35", and a number the shell quoted
+// with a space in it is more likely a mistake than meant.
 std::optional<int> wholeNumber(const QString& text)
 {
-    bool ok = false;
-    const int value = text.toInt(&ok);
-    return ok ? std::optional<int>(value) : std::nullopt;
+    constexpr qsizetype mostDigits = 9; // fits an int
+    const bool digitsOnly =
+        !text.isEmpty() && text.size() <= mostDigits &&
+        std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+    return digitsOnly ? std::optional<int>(text.toInt()) : std::nullopt;
 }
 
 // Each reader returns the reason to refuse the value, or nothing and fills `options`.
@@ -84,7 +88,7 @@ std::optional<QString> readTimeout(const QString& text, CliOptions& options)
 {
     bool ok = false;
     const double seconds = text.toDouble(&ok);
-    if (!ok || !std::isfinite(seconds) || seconds <= 0 || seconds > longestTimeoutSeconds) {
+    if (!ok || text != text.trimmed() || !std::isfinite(seconds) || seconds <= 0 || seconds > longestTimeoutSeconds) {
         return u"--timeout \""_s + text + u"\" is not a number of seconds above 0 (at most "_s +
                QString::number(longestTimeoutSeconds) + u')';
     }
@@ -207,6 +211,24 @@ std::optional<QString> readCommandArguments(const QStringList& positional, bool 
     return std::nullopt;
 }
 
+// Every option with a value is given once; --bus alone adds up. Taking the last of two values
+// would quietly act on a suite the user may not have meant.
+std::optional<QString> repeatedOption(const QCommandLineParser& parser,
+                                      const QList<QCommandLineOption>& options)
+{
+    for (const QCommandLineOption& option : options) {
+        const QStringList values = parser.values(option);
+        if (values.size() < 2)
+            continue;
+        QStringList names;
+        for (const QString& name : option.names())
+            names.append((name.size() == 1 ? u"-"_s : u"--"_s) + name);
+        return names.join(u'/') + u" is given more than once (\""_s +
+               values.join(u"\", \""_s) + u"\"): give it once"_s;
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 bool needsFrame(const CliOptions& options)
@@ -256,40 +278,40 @@ std::variant<CliOptions, CliStop> parseCliOptions(const QStringList& arguments)
         problem = u"--host does not apply to a diff of two files: they are compared with each "
                   u"other, not with a frame"_s;
     }
-    // Options given twice keep their last value, as most tools do; --bus adds up.
+    if (!problem) {
+        problem = repeatedOption(parser, {host, suite, buttons, timeout, retries, connectAttempts,
+                                          format, output, logFile, page});
+    }
     if (!problem && needsFrame(options))
-        problem = readHost(parser.isSet(host) ? parser.values(host).last() : QString(), options);
+        problem = readHost(parser.value(host), options);
     if (!problem && parser.isSet(suite))
-        problem = readSuite(parser.values(suite).last(), options);
+        problem = readSuite(parser.value(suite), options);
     if (!problem && parser.isSet(buttons))
-        problem = readButtons(parser.values(buttons).last(), options);
+        problem = readButtons(parser.value(buttons), options);
     if (!problem && parser.isSet(bus))
         problem = readBuses(parser.values(bus), options);
     if (!problem && parser.isSet(timeout))
-        problem = readTimeout(parser.values(timeout).last(), options);
-    if (!problem && parser.isSet(retries)) {
-        problem =
-            readCount(u"retries"_s, parser.values(retries).last(), 0, mostRetries, options.retries);
-    }
+        problem = readTimeout(parser.value(timeout), options);
+    if (!problem && parser.isSet(retries))
+        problem = readCount(u"retries"_s, parser.value(retries), 0, mostRetries, options.retries);
     if (!problem && parser.isSet(connectAttempts)) {
-        problem = readCount(u"connect-attempts"_s, parser.values(connectAttempts).last(), 1,
+        problem = readCount(u"connect-attempts"_s, parser.value(connectAttempts), 1,
                             mostConnectAttempts, options.connectAttempts);
     }
     if (!problem && parser.isSet(format))
-        problem = readFormat(parser.values(format).last(), options);
+        problem = readFormat(parser.value(format), options);
     if (!problem && parser.isSet(page))
-        problem = readPage(parser.values(page).last(), options);
+        problem = readPage(parser.value(page), options);
     if (problem)
         return usageError(*problem);
 
-    if (parser.isSet(output))
-        options.output = parser.values(output).last();
+    options.output = parser.value(output);
     if (options.output.isEmpty() && parser.isSet(output))
         return usageError(u"-o/--output needs a file name"_s);
     options.quiet = parser.isSet(quiet);
     options.verbose = parser.isSet(verbose);
     if (parser.isSet(logFile)) {
-        options.logFile = parser.values(logFile).last();
+        options.logFile = parser.value(logFile);
         if (options.logFile.isEmpty())
             return usageError(u"--log needs a file name"_s);
     }

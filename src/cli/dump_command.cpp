@@ -8,7 +8,9 @@
 #include "show_io.h"
 #include "unknown_report.h"
 
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QSaveFile>
 
 using namespace Qt::StringLiterals;
@@ -18,6 +20,25 @@ namespace quorvane::cli {
 namespace {
 constexpr int defaultButtonCount = 35;
 constexpr int defaultSuite = 1;
+
+// Why no dump can be written to `path`. QSaveFile speaks of the new file it makes beside the
+// target, so in a folder that takes no new files (/proc) it says "No such file or directory"
+// of a file that is there.
+QString whyNotWritable(const QString& path, const QString& systemReason)
+{
+    const QFileInfo target(path);
+    const QString folder = QDir::toNativeSeparators(target.absolutePath());
+    if (target.isDir())
+        return u"it is a folder"_s;
+    if (!QFileInfo::exists(folder))
+        return u"the folder "_s + folder + u" does not exist"_s;
+    if (!QFileInfo(folder).isDir())
+        return folder + u" is not a folder"_s;
+    if (!QFileInfo(folder).isWritable())
+        return u"files cannot be made in "_s + folder + u" ("_s + systemReason + u')';
+    return folder + u" takes no new files, and a dump is first written to a new file beside "
+                    u"its target"_s;
+}
 } // namespace
 
 QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context)
@@ -36,7 +57,8 @@ QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context)
         file = std::make_unique<QSaveFile>(options.output);
         if (!file->open(QIODevice::WriteOnly)) {
             context.console.error(u"cannot write "_s + options.output + u": "_s +
-                                  file->errorString() + u"; choose another place with -o"_s);
+                                  whyNotWritable(options.output, file->errorString()) +
+                                  u"; choose another place with -o"_s);
             co_return ExitCode::usage;
         }
     }

@@ -32,6 +32,7 @@ FrameSession::FrameSession(DebugLogger& logger, const LinkTiming& timing,
         // Closed as any run closes it, so that every wait of the command ends at once.
         QObject::connect(m_termination, &TerminationRequest::requested, m_connection.get(), [this] {
             m_connection->logger().info(u"Interrupted by "_s + m_termination->signalName());
+            m_interruptedWhile = currentActivity();
             close();
         });
     }
@@ -227,11 +228,28 @@ QCoro::Task<std::optional<QString>> FrameSession::checkAliveAfterSilence(Bus bus
     co_return linkProblem();
 }
 
+QString FrameSession::currentActivity() const
+{
+    switch (m_connection->connectionState()) {
+    case ConnectionState::connecting:
+    case ConnectionState::handshake:
+        return u"performing the handshake"_s;
+    case ConnectionState::heartbeat:
+        return u"verifying the heartbeat"_s;
+    case ConnectionState::loadingNames:
+        return u"loading the source names"_s;
+    default:
+        return m_activity;
+    }
+}
+
 std::optional<QString> FrameSession::interruption(const QString& consequence) const
 {
     if (!m_termination || !m_termination->isRequested())
         return std::nullopt;
-    return u"interrupted by "_s + m_termination->signalName() + u" while "_s + m_activity +
+    // A request that came before the session began was not seen by it.
+    const QString activity = m_interruptedWhile.isEmpty() ? currentActivity() : m_interruptedWhile;
+    return u"interrupted by "_s + m_termination->signalName() + u" while "_s + activity +
            (consequence.isEmpty() ? QString() : u"; "_s + consequence);
 }
 
@@ -248,7 +266,7 @@ std::optional<QString> FrameSession::linkProblem(const QString& consequence) con
 
 QString FrameSession::sourceName(qint64 source) const
 {
-    if (source < 0 || source > maxShowSource)
+    if (source < 0 || source > lastSourceNumber)
         return QString();
     return m_connection->displayName(static_cast<int>(source)).value_or(QString());
 }

@@ -79,6 +79,9 @@ private:
     QCoro::Task<std::optional<ConnectFailure>> connectLoading(Bus firstBus);
     QCoro::Task<std::optional<QString>> load(Bus bus);
     QCoro::Task<std::optional<QString>> checkAliveAfterSilence(Bus bus);
+    // What the session is doing now: during a connect, the step the link has reached (the
+    // activity is already the load that ends the connect).
+    QString currentActivity() const;
     // "interrupted by SIGINT while loading ME3", once the program has been asked to end.
     std::optional<QString> interruption(const QString& consequence = {}) const;
     void showProgress();
@@ -92,6 +95,7 @@ private:
     SessionPatience m_patience;
     SessionTarget m_target;
     QString m_activity;
+    QString m_interruptedWhile; // the activity when the program was asked to end
     Console* m_console;
     TerminationRequest* m_termination;
     std::optional<Bus> m_loadingBus; // the bus whose buttons are coming in

@@ -2,6 +2,7 @@
 
 #include "editing/grid_geometry.h"
 #include "model/bus.h"
+#include "model/source_name.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -25,7 +26,6 @@ const QString shiftKey = u"shift"_s;
 
 // The largest button number a write can address: 4096 buttons of 16 parameters each.
 constexpr qint64 lastAddressableButton = 4096;
-constexpr qint64 lastWritableSource = 0xFFFF;
 
 // A JSON integer within [low, high]: JSON keeps numbers as doubles, so 3.5 or 1e30 are
 // refused rather than rounded.
@@ -112,7 +112,7 @@ std::optional<MultiButtonDragData> dragDataFromJson(const QJsonObject& object)
             return std::nullopt;
         const QJsonObject entry = element.toObject();
         const auto button = buttonIn(entry, buttonKey);
-        const auto source = integerIn(entry, sourceKey, 0, lastWritableSource);
+        const auto source = integerIn(entry, sourceKey, 0, lastSourceNumber);
         const auto shift = shiftIn(entry, shiftKey);
         if (!button || !source || !shift)
             return std::nullopt;

@@ -9,7 +9,6 @@ using namespace Qt::StringLiterals;
 namespace quorvane {
 
 namespace {
-constexpr qint64 lastWritableSource = 0xFFFF;
 const QString notConnectedNotice = u"Not connected: nothing was written"_s;
 
 QString unrecordedNotice(int unknown)
@@ -47,7 +46,7 @@ void EditingModel::writeButton(const ButtonLocation& location, qint64 source)
     // A button off the connection's rows would be written to another button of the panel,
     // and the frame takes 16-bit sources only: such an edit is dropped, not sent.
     if (!isInGrid(location.shift, location.button, m_connection.buttonCount()) || source < 0 ||
-        source > lastWritableSource) {
+        source > lastSourceNumber) {
         m_connection.logger().warn(u"writeButton: skipped "_s + busName(location.bus) + u" S"_s +
                                    QString::number(location.shift) + u'B' +
                                    QString::number(location.button) + u" > "_s +

@@ -1,5 +1,7 @@
 #include "editing/sandbox.h"
 
+#include "model/source_name.h"
+
 using namespace Qt::StringLiterals;
 
 namespace quorvane {
@@ -18,7 +20,7 @@ int Sandbox::add(const QList<MultiButtonDragData>& payloads)
         if (m_slots.size() >= capacity)
             break;
         // 0 is an empty button; beyond 16 bits a source could never be written back.
-        if (button.source < 1 || button.source > 0xFFFF)
+        if (button.source < 1 || button.source > lastSourceNumber)
             continue;
         m_slots.append({QUuid::createUuid(), static_cast<int>(button.source)});
         ++added;

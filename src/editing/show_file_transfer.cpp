@@ -36,7 +36,7 @@ ShowExport exportShowFile(const GVConnection& connection)
 {
     const FrameReading reading = readFrame(
         connection, loadedBuses(connection), connection.buttonCount(), [&](qint64 source) {
-            return source <= maxShowSource ? connection.displayName(int(source)).value_or(QString())
+            return source <= lastSourceNumber ? connection.displayName(int(source)).value_or(QString())
                                            : QString();
         });
     if (!reading.isComplete())

@@ -11,7 +11,7 @@ namespace quorvane {
 
 QByteArray GVConnection::buildWriteRequest(Bus bus, int shift, int button, int source)
 {
-    QUORVANE_REQUIRE(source >= 0 && source <= 0xFFFF, "a written source is 16 bits");
+    QUORVANE_REQUIRE(source >= 0 && source <= lastSourceNumber, "a written source is 16 bits");
     return wire::writeRequest(nextSequence(), buttonAddress(shift, button, m_buttonCount),
                               busCode(bus), static_cast<quint16>(source));
 }

@@ -3,6 +3,7 @@
 #include "button_address.h"
 #include "byte_reader.h"
 #include "diagnostics/debug_logger.h"
+#include "source_name.h"
 
 using namespace Qt::StringLiterals;
 
@@ -17,6 +18,10 @@ namespace quorvane {
 //   +7  BB           bus code
 //   +8  .. ..        not examined
 //   +10 SS SS SS SS  source number; 0 = unassigned, ffffffff / fffffffe = no assignment
+//
+// The field is 32 bits wide, but no source beyond lastSourceNumber can be written back or kept
+// in a show file: such a record was damaged on the way, so it answers nothing and is asked for
+// again like a button that stayed silent.
 namespace {
 constexpr qsizetype recordSize = 14;
 constexpr qsizetype minimumDatagram = 20;
@@ -70,8 +75,15 @@ ButtonDataResult parseButtonData(QByteArrayView datagram, int buttonCount, Mappi
             logger.warn(u"Unknown bus field: 0x"_s + QString::asprintf("%02x", code));
             continue;
         }
+        const bool noAssignment = source == notAnAssignment || source == notAnAssignmentEither;
+        if (!noAssignment && source > quint32{lastSourceNumber}) {
+            logger.warn(u"parseButtonData: "_s + buttonText(*bus, *position) + u" source "_s +
+                        QString::number(source) + u" is outside 0-"_s +
+                        QString::number(lastSourceNumber) + u", record ignored as corrupt"_s);
+            continue;
+        }
         result.answers.append({*bus, position->shift, position->button, source});
-        if (source == notAnAssignment || source == notAnAssignmentEither)
+        if (noAssignment)
             continue;
 
         const QString key = mappingKey(*bus, buttonCount, position->shift, position->button);

@@ -11,7 +11,8 @@ class DebugLogger;
 
 // The frame's word on one button of the current count. A record for the button counts, whatever
 // it carries: source 0 (unassigned) and the reserved "no assignment" values included. A button
-// without one is unknown, which is not the same as unassigned.
+// without one is unknown, which is not the same as unassigned. A record whose source lies beyond
+// lastSourceNumber is corrupt and no answer.
 struct ButtonAnswer {
     Bus bus = Bus::me1;
     int shift = 0;

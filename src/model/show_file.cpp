@@ -48,7 +48,7 @@ std::optional<QString> buttonReason(const Whole& button, int buttonCount)
 
 std::optional<QString> sourceReason(const Whole& source)
 {
-    return outside(u"source"_s, source, 0, maxShowSource);
+    return outside(u"source"_s, source, 0, lastSourceNumber);
 }
 
 std::optional<QString> namedSourceReason(const Whole& source)
@@ -232,7 +232,7 @@ QList<ShowButton> showButtons(const MappingTable& mappings, int buttonCount,
         if (it.key() != mappingKey(mapping.bus, buttonCount, mapping.shift, mapping.button))
             continue;
         ShowButton button{mapping.bus, mapping.shift, mapping.button, mapping.source, {}};
-        if (nameOf && mapping.source >= 0 && mapping.source <= maxShowSource)
+        if (nameOf && mapping.source >= 0 && mapping.source <= lastSourceNumber)
             button.name = nameOf(static_cast<int>(mapping.source));
         buttons.append(button);
     }

@@ -20,9 +20,6 @@ namespace quorvane {
 // The JSON version written. Version 1 (no source names) is still read.
 inline constexpr int showFileVersion = 2;
 
-// The only sources a show file may hold: the frame takes a 16-bit source number on writing.
-inline constexpr qint64 maxShowSource = lastSourceNumber;
-
 // One source-select button. `source` is what gets applied; `name` only helps whoever reads the
 // file (it may be left out) and is ignored when comparing with the frame.
 struct ShowButton {

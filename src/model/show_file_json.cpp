@@ -1,4 +1,5 @@
 #include "show_file.h"
+#include "show_file_json_strings.h"
 #include "show_file_rules.h"
 
 #include <QHash>
@@ -607,6 +608,8 @@ ShowFileResult readShowJson(const QByteArray& data)
     // where the CSV reader keeps it. Written as an escape it is kept; a mark anywhere else is
     // kept already, or is no JSON. No line changes.
     const QByteArray json = text.bytes.toByteArray().replace("\"\xEF\xBB\xBF"_ba, "\"\\ufeff"_ba);
+    if (std::optional<ShowFileProblem> problem = showfile::invalidString(json))
+        return showfile::refused({*problem});
 
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(json, &error);

@@ -6,8 +6,8 @@
 
 namespace quorvane {
 
-// The sources the program names and writes: 0 means an unassigned button, and the frame takes
-// a 16-bit source number on writing.
+// The sources the program names, writes, takes from the frame and keeps in show files: 0 means
+// an unassigned button, and the frame takes a 16-bit source number on writing.
 inline constexpr int firstSourceNumber = 1;
 inline constexpr int lastSourceNumber = 0xFFFF;
 

@@ -19,7 +19,8 @@ struct FittedText {
 
 // Sets `text` in `font` at the largest size from `largest` down to `smallest` at which it fits
 // `box` with lines broken between words only. A word too wide even at `smallest` is broken where
-// it must be, and what still does not fit is cut at the end of the last line with "…".
+// it must be, and what still does not fit is cut at the end of the last line with "…". Only the
+// first few thousand characters are ever laid out, so a name of any length takes little time.
 //
 // Measured on `device`, which must be the device painted on. Sizes are whole points: Qt sets a
 // font in whole pixels of its device, and a sheet is painted on devices of 72 pixels an inch.

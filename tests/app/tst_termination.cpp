@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <csignal>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
@@ -140,6 +141,69 @@ private Q_SLOTS:
         QVERIFY(backup.open(QIODevice::ReadOnly));
         QCOMPARE(backup.readAll(), QByteArray("an earlier backup\n"));
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList(u"studio-a.json"_s));
+    }
+
+    // The message names the step the signal came in, not the load that would have followed.
+    void anInterruptedHandshakeSaysSo()
+    {
+        emulator::FrameEmulatorOptions options;
+        options.faults.neverAnswerHandshake = true;
+        emulator::FrameEmulator frame(options);
+        QVERIFY2(frame.start(), qPrintable(frame.errorString()));
+        Watched tool;
+        tool.process.start(QStringLiteral(QUORVANE_CLI_PATH),
+                           {u"dump"_s, u"--host"_s, u"127.0.0.1"_s, u"--verbose"_s});
+        QVERIFY(QTest::qWaitFor([&] { return !frame.received().isEmpty(); }, waitMs));
+
+        kill(pid_t(tool.process.processId()), SIGINT);
+        QVERIFY(tool.finished());
+        QCOMPARE(tool.process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(tool.process.exitCode(), 130);
+        QVERIFY2(tool.err.endsWith(
+                     "quorvane-cli: interrupted by SIGINT while performing the handshake\n"),
+                 tool.err.right(300).constData());
+    }
+
+    // A show that cannot be opened waits in a message box, with its own event loop; a signal
+    // then ends the program as it would with the window open.
+    void aRefusedShowEndsOnSigterm_data()
+    {
+        QTest::addColumn<bool>("pipe");
+        QTest::addColumn<QString>("refusal"); // what the log prints of it
+        QTest::newRow("an invalid file")
+            << false
+            << u"[WARN] Show not opened: The file was not imported:\n\nline 1: not valid JSON: a "
+               u"string holds the escape \\q, which JSON does not know (a backslash is written "
+               u"\\\\)\n"_s;
+        QTest::newRow("a named pipe") << true << u": it is a named pipe, not a regular file\n"_s;
+    }
+
+    void aRefusedShowEndsOnSigterm()
+    {
+        QFETCH(bool, pipe);
+        QFETCH(QString, refusal);
+        QTemporaryDir dir;
+        const QString show = dir.filePath(u"show.json"_s);
+        if (pipe) {
+            QCOMPARE(mkfifo(QFile::encodeName(show).constData(), 0600), 0);
+        } else {
+            QFile file(show);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write("{ \"format\": \"quorvane-show\", \"name\": \"A\\qB\" }\n");
+        }
+        Watched app;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+        environment.insert(u"HOME"_s, m_home.path());
+        app.process.setProcessEnvironment(environment);
+        app.process.start(QStringLiteral(QUORVANE_APP_PATH), {u"--show"_s, show});
+        QVERIFY(QTest::qWaitFor([&] { return app.out.contains(refusal.toUtf8()); }, waitMs));
+
+        kill(pid_t(app.process.processId()), SIGTERM);
+        QVERIFY(app.finished());
+        QCOMPARE(app.process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(app.process.exitCode(), 143);
+        QVERIFY(logLines(app.out).contains(u"[INFO] Quitting on SIGTERM"_s));
     }
 
 private:

@@ -215,24 +215,34 @@ private Q_SLOTS:
 
     void aPlaceWhereNoFileCanBeWrittenIsRefusedFirst_data()
     {
+        // Paths below %1 are in a temporary folder.
         QTest::addColumn<QString>("target");
-        QTest::newRow("missing folder") << u"missing/show.json"_s;
-        QTest::newRow("below a file") << u"plain.txt/show.json"_s;
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("missing folder")
+            << u"%1/missing/show.json"_s << u"the folder %1/missing does not exist"_s;
+        QTest::newRow("below a file")
+            << u"%1/plain.txt/show.json"_s << u"%1/plain.txt is not a folder"_s;
+        QTest::newRow("a folder") << u"%1"_s << u"it is a folder"_s;
+        // The file is there, but its folder takes no new file to write the dump in first.
+        QTest::newRow("in /proc") << u"/proc/version"_s
+                                  << u"/proc takes no new files, and a dump is first written to "
+                                     u"a new file beside its target"_s;
     }
 
     void aPlaceWhereNoFileCanBeWrittenIsRefusedFirst()
     {
         QFETCH(QString, target);
+        QFETCH(QString, reason);
         FrameEmulator frame;
         QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         save(dir.filePath(u"plain.txt"_s), "not a folder\n");
-        const QString path = dir.filePath(target);
+        const QString path = QString(target).replace(u"%1"_s, dir.path());
         const ToolRun run = runTool(quietly({u"dump"_s, u"--host"_s, host, u"-o"_s, path}));
         QCOMPARE(run.status, 2);
-        QVERIFY2(run.err.startsWith(u"quorvane-cli: cannot write "_s + path + u": "_s),
-                 qPrintable(run.err));
-        QCOMPARE(run.errLines().size(), 1);
+        QCOMPARE(run.err, u"quorvane-cli: cannot write "_s + path + u": "_s +
+                              QString(reason).replace(u"%1"_s, dir.path()) +
+                              u"; choose another place with -o\n"_s);
         QVERIFY(frame.received().isEmpty());
     }
 

@@ -177,6 +177,33 @@ private Q_SLOTS:
         QTest::newRow("no connect attempt")
             << QStringList{u"dump"_s, host, u"--connect-attempts"_s, u"0"_s}
             << u"--connect-attempts \"0\" is not a whole number from 1 to 10"_s;
+        QTest::newRow("suite twice")
+            << QStringList{u"dump"_s, host, u"--suite"_s, u"1"_s, u"--suite"_s, u"2"_s}
+            << u"--suite is given more than once (\"1\", \"2\"): give it once"_s;
+        QTest::newRow("host twice")
+            << QStringList{u"dump"_s, host, u"--host"_s, u"10.0.0.8"_s}
+            << u"--host is given more than once (\"10.0.0.7\", \"10.0.0.8\"): give it once"_s;
+        QTest::newRow("output by both names")
+            << QStringList{u"dump"_s, host, u"-o"_s, u"a.json"_s, u"--output=b.json"_s}
+            << u"-o/--output is given more than once (\"a.json\", \"b.json\"): give it once"_s;
+        QTest::newRow("the same retries twice")
+            << QStringList{u"dump"_s, host, u"--retries"_s, u"2"_s, u"--retries"_s, u"2"_s}
+            << u"--retries is given more than once (\"2\", \"2\"): give it once"_s;
+        QTest::newRow("buttons after a space")
+            << QStringList{u"dump"_s, host, u"--buttons"_s, u" 35"_s}
+            << u"--buttons \" 35\" is not a panel width: use 15, 20, 25 or 35"_s;
+        QTest::newRow("buttons with a sign")
+            << QStringList{u"dump"_s, host, u"--buttons"_s, u"+35"_s}
+            << u"--buttons \"+35\" is not a panel width: use 15, 20, 25 or 35"_s;
+        QTest::newRow("suite before a space")
+            << QStringList{u"dump"_s, host, u"--suite"_s, u"2 "_s}
+            << u"--suite \"2 \" is not a suite: use 1, 2, 3 or 4"_s;
+        QTest::newRow("retries after a space")
+            << QStringList{u"dump"_s, host, u"--retries"_s, u" 2"_s}
+            << u"--retries \" 2\" is not a whole number from 0 to 20"_s;
+        QTest::newRow("timeout after a space")
+            << QStringList{u"dump"_s, host, u"--timeout"_s, u" 5"_s}
+            << u"--timeout \" 5\" is not a number of seconds above 0 (at most 86400)"_s;
         QTest::newRow("log without a name")
             << QStringList{u"dump"_s, host, u"--log="_s} << u"--log needs a file name"_s;
     }

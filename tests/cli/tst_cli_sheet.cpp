@@ -9,11 +9,13 @@
 
 #include <QDate>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QImage>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <algorithm>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
@@ -111,7 +113,7 @@ private Q_SLOTS:
     void init()
     {
         QDir dir(m_dir.path());
-        for (const QString& name : dir.entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot))
+        for (const QString& name : dir.entryList(QDir::Files | QDir::System | QDir::Dirs | QDir::NoDotAndDotDot))
             QVERIFY(QFileInfo(dir.filePath(name)).isDir()
                         ? QDir(dir.filePath(name)).removeRecursively()
                         : dir.remove(name));
@@ -267,6 +269,54 @@ private Q_SLOTS:
         QCOMPARE(missing.errLines(),
                  QStringList(u"quorvane-cli: cannot read "_s + pathOf(u"none.json"_s) +
                              u": No such file or directory"_s));
+    }
+
+    // Opening a named pipe would wait for a writer that never comes, deaf to Ctrl+C.
+    void aNamedPipeIsRefusedAtOnce()
+    {
+        const QString pipe = pathOf(u"pipe.json"_s);
+        QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        const QString refusal =
+            u"quorvane-cli: cannot read "_s + pipe + u": it is a named pipe, not a regular file\n"_s;
+
+        const ToolRun sheet = runTool({u"sheet"_s, pipe});
+        QCOMPARE(sheet.status, 2);
+        QCOMPARE(sheet.err, refusal);
+        const ToolRun diff = runTool({u"diff"_s, pipe, savedShow(u"other.json"_s)});
+        QCOMPARE(diff.status, 2);
+        QCOMPARE(diff.err, refusal);
+        QVERIFY(!QFile::exists(pathOf(u"pipe.pdf"_s)));
+    }
+
+    // QJsonDocument would read "CAM\q1" as "CAMq1": the file's own check refuses it first.
+    void anEscapeJsonDoesNotHaveIsRefused()
+    {
+        const QString show = pathOf(u"show.json"_s);
+        save(show, writeShowJson(showFile()).replace("CAM 1", "CAM\\q1"));
+        const ToolRun run = runTool({u"sheet"_s, show});
+        QCOMPARE(run.status, 2);
+        QCOMPARE(run.err, u"quorvane-cli: "_s + show +
+                              u" is not a valid JSON show file: line 8: not valid JSON: a string "
+                              u"holds the escape \\q, which JSON does not know (a backslash is "
+                              u"written \\\\)\n"_s);
+        QVERIFY(!QFile::exists(pathOf(u"show.pdf"_s)));
+    }
+
+    // Only what a cell can show is laid out: a name of a million characters prints as fast as a
+    // short one (laying all of it out took over a minute), cut with "…".
+    void aNameOfAMillionCharactersPrintsAtOnce()
+    {
+        ShowFile file = showFile();
+        file.buttons[0].name = QString(1'000'000, u'W');
+        const QString show = savedShow(u"long.json"_s, file);
+        QElapsedTimer took;
+        took.start();
+        const ToolRun run = runTool({u"sheet"_s, show, u"--bus"_s, u"ME1"_s});
+        QCOMPARE(run.status, 0);
+        QVERIFY2(took.elapsed() < 10'000, qPrintable(QString::number(took.elapsed())));
+        const ReadSheet read = readSheet(pathOf(u"long.pdf"_s), SheetPaper::a4, 20);
+        const QString text = read.pages.first().text();
+        QVERIFY2(text.contains(u"WWW…"_s), qPrintable(text.left(2000)));
     }
 
     void aFileWithoutButtonsNeedsTheBusesNamed()

@@ -507,33 +507,60 @@ private Q_SLOTS:
         QCOMPARE(loggedMessages(logger), QStringList());
     }
 
-    void sourceIsAnUnsigned32BitNumber_data()
+    void sourcesUpToSixteenBitsAreStored_data()
     {
         QTest::addColumn<quint32>("source");
-        QTest::addColumn<qint64>("stored");
-        QTest::addColumn<QString>("parsed");
-        QTest::newRow("fffffffd") << quint32{0xFFFFFFFD} << qint64{4294967293}
-                                  << u"[INFO] Parsed: ME1 S1B1 = 4294967293"_s;
-        QTest::newRow("80000000") << quint32{0x80000000} << qint64{2147483648}
-                                  << u"[INFO] Parsed: ME1 S1B1 = 2147483648"_s;
-        QTest::newRow("1") << quint32{1} << qint64{1} << u"[INFO] Parsed: ME1 S1B1 = 1"_s;
+        QTest::newRow("1") << quint32{1};
+        QTest::newRow("ffff") << quint32{0xFFFF};
     }
 
-    void sourceIsAnUnsigned32BitNumber()
+    void sourcesUpToSixteenBitsAreStored()
     {
         QFETCH(quint32, source);
-        QFETCH(qint64, stored);
-        QFETCH(QString, parsed);
         DebugLogger logger;
         logger.setEcho(nullptr);
         MappingTable mappings;
 
-        QCOMPARE(
-            parseButtonData(datagram({record(20, me1Code, 1, 1, source)}), 20, mappings, logger)
-                .mappingsChanged,
-            true);
-        QCOMPARE(mappings.value(u"ME1-20-1-1"_s).source, stored);
-        QCOMPARE(loggedMessages(logger).first(), parsed);
+        const ButtonDataResult result =
+            parseButtonData(datagram({record(20, me1Code, 1, 1, source)}), 20, mappings, logger);
+        QCOMPARE(result.mappingsChanged, true);
+        QCOMPARE(result.answers, QList<ButtonAnswer>({{Bus::me1, 1, 1, source}}));
+        QCOMPARE(mappings.value(u"ME1-20-1-1"_s).source, qint64{source});
+        QCOMPARE(loggedMessages(logger).first(),
+                 u"[INFO] Parsed: ME1 S1B1 = "_s + QString::number(source));
+    }
+
+    void aSourceBeyondSixteenBitsIsACorruptRecord_data()
+    {
+        QTest::addColumn<quint32>("source");
+        QTest::newRow("10000") << quint32{0x10000};
+        QTest::newRow("402e5") << quint32{262885};
+        QTest::newRow("80000000") << quint32{0x80000000};
+        QTest::newRow("fffffffd") << quint32{0xFFFFFFFD};
+    }
+
+    void aSourceBeyondSixteenBitsIsACorruptRecord()
+    {
+        // Neither stored nor an answer, so a load asks for the button again; the mapping held
+        // before stays, and the next record of the datagram is still read.
+        QFETCH(quint32, source);
+        DebugLogger logger;
+        logger.setEcho(nullptr);
+        const MappingTable before{{u"ME1-20-1-1"_s, mapping(Bus::me1, 1, 1, 77)}};
+        MappingTable mappings = before;
+
+        const ButtonDataResult result = parseButtonData(
+            datagram({record(20, me1Code, 1, 1, source), record(20, me1Code, 1, 2, 1042)}), 20,
+            mappings, logger);
+        QCOMPARE(result.answers, QList<ButtonAnswer>({{Bus::me1, 1, 2, 1042}}));
+        QCOMPARE(mappings.value(u"ME1-20-1-1"_s), before.value(u"ME1-20-1-1"_s));
+        QCOMPARE(mappings.value(u"ME1-20-1-2"_s).source, 1042);
+        QCOMPARE(loggedMessages(logger),
+                 QStringList({u"[WARN] parseButtonData: ME1 S1B1 source "_s +
+                                  QString::number(source) +
+                                  u" is outside 0-65535, record ignored as corrupt"_s,
+                              u"[INFO] Parsed: ME1 S1B2 = 1042"_s,
+                              u"[INFO] parseButtonData: found 1 button mappings in packet"_s}));
     }
 
     void datagramWithoutRecordsLogsNothing_data()
@@ -605,13 +632,13 @@ private Q_SLOTS:
         MappingTable mappings;
 
         QCOMPARE(parseButtonData(data, 35, mappings, logger).mappingsChanged, true);
-        QCOMPARE(mappings.size(), 2);
+        QCOMPARE(mappings.size(), 1);
         QCOMPARE(mappings.value(u"ME1-35-1-8"_s).source, 1042);
-        QCOMPARE(mappings.value(u"ME2-35-1-1"_s).source, 68288519);
         QCOMPARE(loggedMessages(logger),
                  QStringList({u"[INFO] Parsed: ME1 S1B8 = 1042"_s,
-                              u"[INFO] Parsed: ME2 S1B1 = 68288519"_s,
-                              u"[INFO] parseButtonData: found 2 button mappings in packet"_s}));
+                              u"[WARN] parseButtonData: ME2 S1B1 source 68288519 is outside "
+                              u"0-65535, record ignored as corrupt"_s,
+                              u"[INFO] parseButtonData: found 1 button mappings in packet"_s}));
     }
 
     void recordAtAnOddOffsetIntoAnotherIsFound()
@@ -637,13 +664,13 @@ private Q_SLOTS:
         MappingTable mappings;
 
         QCOMPARE(parseButtonData(data, 20, mappings, logger).mappingsChanged, true);
-        QCOMPARE(mappings.size(), 2);
-        QCOMPARE(mappings.value(u"ME1-20-1-1"_s).source, qint64{0x85000089});
+        QCOMPARE(mappings.size(), 1);
         QCOMPARE(mappings.value(u"ME2-20-1-2"_s).source, 1042);
         QCOMPARE(loggedMessages(logger),
-                 QStringList({u"[INFO] Parsed: ME1 S1B1 = 2231369865"_s,
+                 QStringList({u"[WARN] parseButtonData: ME1 S1B1 source 2231369865 is outside "
+                              u"0-65535, record ignored as corrupt"_s,
                               u"[INFO] Parsed: ME2 S1B2 = 1042"_s,
-                              u"[INFO] parseButtonData: found 2 button mappings in packet"_s}));
+                              u"[INFO] parseButtonData: found 1 button mappings in packet"_s}));
     }
 
     void recordAfterAStrayMarkerIsFound_data()
@@ -686,7 +713,7 @@ private Q_SLOTS:
         QFETCH(int, buttonCount);
         QList<QByteArray> records;
         auto sourceOf = [](int busIndex, int shift, int button) {
-            return quint32(100000 * (busIndex + 1) + 1000 * shift + button);
+            return quint32(10000 * (busIndex + 1) + 1000 * shift + button);
         };
         for (qsizetype busIndex = 0; busIndex < qsizetype(allBuses.size()); ++busIndex) {
             const Bus bus = allBuses[busIndex];
@@ -727,7 +754,7 @@ private Q_SLOTS:
         }
         const QStringList messages = loggedMessages(logger);
         QCOMPARE(messages.size(), 6);
-        QCOMPARE(messages.first(), u"[INFO] Parsed: ME1 S1B1 = 101001"_s);
+        QCOMPARE(messages.first(), u"[INFO] Parsed: ME1 S1B1 = 11001"_s);
         QCOMPARE(messages.last(), u"[INFO] parseButtonData: found "_s + QString::number(total) +
                                       u" button mappings in packet"_s);
     }
@@ -735,7 +762,8 @@ private Q_SLOTS:
     void everyRecordOfAButtonIsAnAnswer()
     {
         // Unassigned and "no assignment" records tell that the frame answered for the button,
-        // though they store nothing; records outside the suite or with an unknown bus do not.
+        // though they store nothing; records outside the suite, with an unknown bus or with a
+        // corrupt source do not.
         DebugLogger logger;
         logger.setEcho(nullptr);
         MappingTable mappings;
@@ -746,6 +774,7 @@ private Q_SLOTS:
             record(20, pgmCode, 4, 19, 0xFFFFFFFE), // no assignment either
             record(18, me1Code, 7),                 // before the suite's first button
             record(20, 0x60, 1, 2, 7),              // unknown bus
+            record(20, me1Code, 1, 3, 0x10000),     // corrupt source
         });
 
         const ButtonDataResult result = parseButtonData(data, 20, mappings, logger);

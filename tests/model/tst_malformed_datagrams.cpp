@@ -37,7 +37,7 @@ void verifyPlausible(const MappingTable& mappings, int buttonCount)
         QCOMPARE(it.key(), mappingKey(it->bus, buttonCount, it->shift, it->button));
         QVERIFY(it->shift >= 1 && it->shift <= 4);
         QVERIFY(it->button >= 1 && it->button <= buttonCount);
-        QVERIFY(it->source > 0 && it->source < 0xFFFFFFFE);
+        QVERIFY(it->source > 0 && it->source <= lastSourceNumber);
     }
 }
 

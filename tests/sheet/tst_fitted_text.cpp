@@ -123,6 +123,29 @@ private Q_SLOTS:
         verifyLinesFit(text, width);
     }
 
+    void aNameOfAMillionCharactersIsCut()
+    {
+        const QString name = QString(1'000'000, u'W');
+        const FittedText text =
+            fitText(name, face(), QSizeF(60, 100), largest, smallest, &m_device);
+        QVERIFY(!text.complete);
+        QCOMPARE(text.font.pointSize(), smallest);
+        QVERIFY(text.lines.last().endsWith(u"…"_s));
+        QVERIFY(name.startsWith(text.lines.first()));
+        verifyLinesFit(text, 60);
+    }
+
+    // Characters without width fit a cell however many there are; when only the start of the
+    // name was laid out, the cut still shows.
+    void aNameCutBeforeLayoutIsNeverWhole()
+    {
+        const QString name = u"CAM"_s + QString(10'000, QChar(0x200B)); // zero width spaces
+        const FittedText text =
+            fitText(name, face(), QSizeF(100, 100), largest, smallest, &m_device);
+        QVERIFY(!text.complete);
+        QVERIFY(text.lines.last().endsWith(u"…"_s));
+    }
+
     void runsOfBlanksCountAsOne()
     {
         const FittedText text =
