@@ -1,6 +1,7 @@
 #pragma once
 
 #include "button_table.h"
+#include "client_messages.h"
 
 #include <QByteArray>
 #include <QList>
@@ -11,9 +12,16 @@ namespace quorvane::emulator {
 
 // The ways the emulated frame can misbehave, all off by default. Random faults are seeded, so
 // a run can be repeated exactly.
+// The `occurrence`-th datagram of one kind to arrive (counted from 1): lost on its way in.
+struct LostArrival {
+    ClientMessageKind kind = ClientMessageKind::sync;
+    int occurrence = 1;
+};
+
 struct FaultOptions {
     double dropFraction = 0.0;     // of received datagrams, 0 to 1: recorded but not acted upon
     double dropSentFraction = 0.0; // of the datagrams the frame sends, 0 to 1: never leave
+    QList<LostArrival> lostArrivals; // particular datagrams lost, to hit one step exactly
     int answerDelayMs = 0;         // every datagram the frame sends leaves this much later
     int reorderWindowMs = 0;       // and up to this much later again, at random: the order shuffles
     bool duplicateSends = false;

@@ -289,7 +289,12 @@ void FrameEmulator::handle(FramePort port, const QNetworkDatagram& datagram)
     received.senderPort = static_cast<quint16>(datagram.senderPort());
     received.bytes = datagram.data();
     received.message = decodeClientMessage(received.bytes);
-    received.dropped = m_faults.dropsNext();
+    const int arrival = ++m_arrivals[int(received.message.kind)];
+    const bool lostOnPurpose =
+        std::ranges::any_of(m_options.faults.lostArrivals, [&](const LostArrival& lost) {
+            return lost.kind == received.message.kind && lost.occurrence == arrival;
+        });
+    received.dropped = m_faults.dropsNext() || lostOnPurpose;
     m_received.append(received);
     Q_EMIT datagramReceived(received);
     if (received.dropped)

@@ -6,6 +6,7 @@
 #include "frame_encoders.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QHostAddress>
 #include <QList>
 #include <QObject>
@@ -201,6 +202,7 @@ private:
     int m_announcementsSent = 0;
     bool m_garbageToListener = false;
     QString m_errorString;
+    QHash<int, int> m_arrivals; // by ClientMessageKind: how many came, for the lost arrivals
     QHash<quint32, int> m_silentAsksLeft; // by frame button key; negative: always silent
     QSet<quint32> m_refusedWrites;
     int m_buttonSubscriptions = 0;

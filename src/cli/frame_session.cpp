@@ -169,6 +169,13 @@ QCoro::Task<std::optional<FrameSession::ConnectFailure>> FrameSession::connectLo
                                  u"and that this machine can reach it"_s,
                                  true};
     }
+    if (const QString unanswered = u"Handshake timeout: "_s; status.startsWith(unanswered)) {
+        co_return ConnectFailure{u"the frame at "_s + host +
+                                     u" stopped answering during the handshake: "_s +
+                                     status.mid(unanswered.size()),
+                                 u"check the network between this machine and the frame"_s,
+                                 true};
+    }
     if (status == u"Heartbeat verification failed") {
         co_return ConnectFailure{u"heartbeat verification failed: the frame at "_s + host +
                                      u" answered too few of the first PINGs"_s,

@@ -230,6 +230,17 @@ private:
     QCoro::Task<> performHandshake(Token token);
     void handleHandshakeMain(const QByteArray& datagram, int& stage, bool& complete);
     void handleHandshakeListener(const Datagram& datagram, int& stage);
+    // The handshake message that waits for its answer, kept to be sent again as it was.
+    struct HandshakeMessage {
+        QString name; // as the failure names it: "SYNC", "PING", "ClientID"
+        QByteArray datagram;
+        quint16 port = 0;
+        int tries = 0;
+        QElapsedTimer sinceSent;
+    };
+    void sendHandshakeMessage(const QString& name, const QByteArray& datagram, quint16 port);
+    // Sends the waiting message again when it is due; false once its tries are used up.
+    bool resendHandshakeMessage();
     QCoro::Task<bool> sendRegistration(const QByteArray& command, const QString& replyTitle,
                                        Token token);
     void failConnect(const QString& reason);
@@ -318,6 +329,7 @@ private:
     QElapsedTimer m_lastHeartbeatAck; // since the last ACK seen
     std::optional<QCoro::Task<>> m_connectionTask;
     Token m_session; // cancelled by disconnect: nothing of an old link may touch the state
+    HandshakeMessage m_handshakeMessage;
     BusLoadRef m_busLoad; // the bus load running, if any
     QSet<QString> m_ignoredSenders;
     quint16 m_msgCounter = firstMessageSequence;

@@ -79,7 +79,7 @@ QCoro::Task<> GVConnection::performHandshake(Token token)
         if (stage == 4 && m_dynamicPort != 0) {
             m_logger.info(u"Handshake Stage 5: Sending SYNC to dynamic port "_s +
                           QString::number(m_dynamicPort));
-            sendTo(mainSocket, wire::sync(), m_dynamicPort);
+            sendHandshakeMessage(u"SYNC"_s, wire::sync(), m_dynamicPort);
             stage = 5;
         }
 
@@ -91,6 +91,20 @@ QCoro::Task<> GVConnection::performHandshake(Token token)
             m_logger.error(u"Handshake TIMEOUT at stage "_s + QString::number(stage));
             disconnect();
             failConnect(u"Handshake timeout"_s);
+            co_return;
+        }
+        // Once the frame has answered the first SYNC it is there: a message it leaves
+        // unanswered now was lost, and goes again. The announcement (stage 4) is the frame's to
+        // repeat.
+        if (stage != 1 && stage != 4 && !resendHandshakeMessage()) {
+            const HandshakeMessage& lost = m_handshakeMessage;
+            const QString reason = u"no answer to the "_s + lost.name + u" after "_s +
+                                   QString::number(lost.tries) + u" tries at "_s + m_targetHost +
+                                   u':' + QString::number(lost.port);
+            m_logger.error(u"Handshake failed at stage "_s + QString::number(stage) + u": "_s +
+                           reason);
+            disconnect();
+            failConnect(u"Handshake timeout: "_s + reason);
             co_return;
         }
         if (stage == 1 && elapsed(sinceSync) >= m_timing.syncRetry) {
@@ -156,12 +170,12 @@ void GVConnection::handleHandshakeMain(const QByteArray& datagram, int& stage, b
     switch (stage) {
     case 1:
         m_logger.info(u"Handshake Stage 2: Sending PING"_s);
-        sendTo(m_mainSocket, wire::ping(), initialPort);
+        sendHandshakeMessage(u"PING"_s, wire::ping(), initialPort);
         stage = 2;
         break;
     case 2:
         m_logger.info(u"Handshake Stage 3: Sending ClientID"_s);
-        sendTo(m_mainSocket, wire::clientIdFirst(), initialPort);
+        sendHandshakeMessage(u"ClientID"_s, wire::clientIdFirst(), initialPort);
         stage = 3;
         break;
     case 3: {
@@ -174,7 +188,7 @@ void GVConnection::handleHandshakeMain(const QByteArray& datagram, int& stage, b
             m_logger.info(u"Port assignment in ACK: dynamic port = "_s + QString::number(port));
             m_logger.info(u"Handshake Stage 5: Sending SYNC to dynamic port "_s +
                           QString::number(port));
-            sendTo(m_mainSocket, wire::sync(), m_dynamicPort);
+            sendHandshakeMessage(u"SYNC"_s, wire::sync(), m_dynamicPort);
             stage = 5;
         } else {
             m_logger.info(u"Handshake Stage 4: Waiting for port announcement"_s);
@@ -185,16 +199,18 @@ void GVConnection::handleHandshakeMain(const QByteArray& datagram, int& stage, b
     case 5:
         m_logger.info(u"Handshake Stage 6: Sending PING to dynamic port "_s +
                       QString::number(m_dynamicPort));
-        sendTo(m_mainSocket, wire::ping(), m_dynamicPort);
+        sendHandshakeMessage(u"PING"_s, wire::ping(), m_dynamicPort);
         stage = 6;
         break;
     case 6:
         m_logger.info(u"Handshake Stage 7: Sending ClientID to dynamic port"_s);
-        sendTo(m_mainSocket, wire::clientIdSecond(nextSequence()), m_dynamicPort);
+        sendHandshakeMessage(u"ClientID"_s, wire::clientIdSecond(nextSequence()), m_dynamicPort);
         stage = 7;
         break;
     case 7:
-        complete = true;
+        // Only the ClientID's own ACK: a late second ACK of the SYNC or PING sent again must
+        // not pass for it.
+        complete = bytes.u16(2) == ByteReader(m_handshakeMessage.datagram).u16(2);
         break;
     default:
         break; // stage 4 waits for the announcement, not for an ACK
@@ -222,7 +238,7 @@ void GVConnection::handleHandshakeListener(const Datagram& datagram, int& stage)
             if (stage == 4) {
                 m_logger.info(u"Handshake Stage 5: Sending SYNC to dynamic port "_s +
                               QString::number(m_dynamicPort));
-                sendTo(m_mainSocket, wire::sync(), m_dynamicPort);
+                sendHandshakeMessage(u"SYNC"_s, wire::sync(), m_dynamicPort);
                 stage = 5;
             }
         }
@@ -237,6 +253,30 @@ void GVConnection::handleHandshakeListener(const Datagram& datagram, int& stage)
     }
 }
 
+void GVConnection::sendHandshakeMessage(const QString& name, const QByteArray& datagram,
+                                        quint16 port)
+{
+    m_handshakeMessage = {name, datagram, port, 1, {}};
+    m_handshakeMessage.sinceSent.start();
+    sendTo(m_mainSocket, datagram, port);
+}
+
+bool GVConnection::resendHandshakeMessage()
+{
+    HandshakeMessage& message = m_handshakeMessage;
+    if (elapsed(message.sinceSent) < m_timing.handshakeResend)
+        return true;
+    if (message.tries >= m_timing.handshakeTries)
+        return false;
+    ++message.tries;
+    m_logger.info(u"Handshake: no answer to the "_s + message.name + u", sending it again (try "_s +
+                  QString::number(message.tries) + u" of "_s +
+                  QString::number(m_timing.handshakeTries) + u')');
+    message.sinceSent.restart();
+    sendTo(m_mainSocket, message.datagram, message.port);
+    return true;
+}
+
 QCoro::Task<bool> GVConnection::sendRegistration(const QByteArray& command,
                                                  const QString& replyTitle, Token token)
 {
@@ -246,13 +286,27 @@ QCoro::Task<bool> GVConnection::sendRegistration(const QByteArray& command,
     co_await pause(m_timing.registrationPause);
     if (!self || token->cancelled)
         co_return false;
-    // The reply's content is not checked; a missing one is no error either.
-    const std::optional<Datagram> reply =
-        co_await receive(mainSocket, m_timing.registrationReplyWait);
-    if (!self || token->cancelled)
-        co_return false;
-    if (reply)
-        m_logger.hexDump(replyTitle, reply->bytes);
+    // The reply's content is not checked; a missing one is no error either, but the command
+    // goes again while there is time, in case it was the command that was lost.
+    QElapsedTimer waiting;
+    waiting.start();
+    for (int tries = 1;; ++tries) {
+        const auto remaining = m_timing.registrationReplyWait - elapsed(waiting);
+        if (remaining <= std::chrono::milliseconds::zero())
+            break;
+        const std::optional<Datagram> reply =
+            co_await receive(mainSocket, std::min(remaining, m_timing.handshakeResend));
+        if (!self || token->cancelled)
+            co_return false;
+        if (reply) {
+            m_logger.hexDump(replyTitle, reply->bytes);
+            break;
+        }
+        if (tries >= m_timing.handshakeTries || elapsed(waiting) >= m_timing.registrationReplyWait)
+            break;
+        m_logger.info(u"No reply to the registration command yet, sending it again"_s);
+        sendTo(mainSocket, command, m_dynamicPort);
+    }
     co_return true;
 }
 

@@ -18,6 +18,11 @@ struct LinkTiming {
     ms handshakePoll{100};         // each socket poll of a handshake pass
     ms registrationPause{100};     // after each registration command
     ms registrationReplyWait{500}; // for the reply to a registration command
+    // After the first SYNC has been answered, a handshake message (and a registration command)
+    // not answered within this is sent again, identical, up to `handshakeTries` times in all:
+    // one lost datagram must not cost the connect.
+    ms handshakeResend{250};
+    int handshakeTries = 4;
 
     // Heartbeat
     ms heartbeatAnswerPeriod{1'000}; // for the ACK of one verification PING

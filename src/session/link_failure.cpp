@@ -25,7 +25,8 @@ bool LinkFailure::isFailureStatus(const QString& status)
     static const QStringList failures{u"Connection lost (heartbeat timeout)"_s,
                                       u"Handshake timeout"_s, u"Heartbeat verification failed"_s,
                                       u"Failed to create sockets"_s};
-    return failures.contains(status);
+    // A handshake message left unanswered is named after the colon.
+    return failures.contains(status) || status.startsWith(u"Handshake timeout: "_s);
 }
 
 QString LinkFailure::text() const

@@ -700,11 +700,13 @@ private Q_SLOTS:
         frame.setAnsweringPings(true);
         const ToolRun twice = runTool(quietly({u"dump"_s, u"--host"_s, host}));
         QCOMPARE(twice.status, 3);
+        // The frame is there (it answered the SYNC), so the message names what it left
+        // unanswered rather than sending the user to check the address.
         QCOMPARE(twice.err, u"quorvane-cli: heartbeat verification failed: the frame at 127.0.0.1 "
                             u"answered too few of the first PINGs; then the frame at 127.0.0.1 "
-                            u"did not answer the handshake (tried 2 times); check the address (on "
-                            u"the frame: Eng Setup > Node Settings) and that this machine can "
-                            u"reach it\n"_s);
+                            u"stopped answering during the handshake: no answer to the PING after "
+                            u"4 tries at 127.0.0.1:5000 (tried 2 times); check the network "
+                            u"between this machine and the frame\n"_s);
     }
 
     void aSecondConnectAttemptAfterAFailedHeartbeatCheck()
