@@ -1,7 +1,8 @@
 // The tool against a frame that does not play along: buttons that never answer, writes that do
-// not take, a frame that stops or restarts in the middle, a lossy or slow network, and a second
-// program on the same suite. Every run either finishes complete and correct, or fails with its
-// own exit code and leaves an earlier backup exactly as it was.
+// not take, a frame that stops in the middle, and a second program on the same suite. Every run
+// either finishes complete and correct, or fails with its own exit code and leaves an earlier
+// backup exactly as it was. The fault matrix runs in tst_cli_network_faults and
+// tst_cli_frame_faults.
 #include "cli_frame_support.h"
 #include "cli_runner.h"
 #include "link/gv_connection.h"
@@ -23,17 +24,6 @@ using emulator::PanelButton;
 namespace {
 
 const QString host = u"127.0.0.1"_s;
-// What stands in the backup file before a run: any run that fails must leave it so.
-const QByteArray earlierBackup = "{ \"an earlier backup\": true }\n";
-
-QList<PanelButton> row(Bus bus, int shift, int first, int last)
-{
-    QList<PanelButton> buttons;
-    for (int button = first; button <= last; ++button)
-        buttons.append({bus, 35, shift, button});
-    return buttons;
-}
-
 int subscriptionsFor(const FrameEmulator& frame, const PanelButton& button)
 {
     int asked = 0;
@@ -57,13 +47,7 @@ int writesTo(const FrameEmulator& frame, Bus bus, int shift, int button)
     return writes;
 }
 
-// A fault switch that sets in once the client has started loading buttons.
-using Trigger = std::function<void(FrameEmulator&)>;
-
 } // namespace
-
-Q_DECLARE_METATYPE(quorvane::emulator::FrameEmulatorOptions)
-Q_DECLARE_METATYPE(Trigger)
 
 class TestCliFaults : public QObject {
     Q_OBJECT
@@ -72,7 +56,7 @@ private Q_SLOTS:
     void buttonsThatNeverAnswerMeanNoDump()
     {
         FrameEmulatorOptions options;
-        options.faults.silentButtons = row(Bus::me2, 3, 17, 20);
+        options.faults.silentButtons = buttonRow(Bus::me2, 3, 17, 20);
         FrameEmulator frame(options);
         QVERIFY(startFrame(frame));
         QTemporaryDir dir;
@@ -107,7 +91,7 @@ private Q_SLOTS:
     void buttonsThatAnswerWhenAskedAgain()
     {
         FrameEmulatorOptions options;
-        options.faults.silentButtons = row(Bus::pgm, 1, 1, 6) + row(Bus::aux, 4, 30, 35);
+        options.faults.silentButtons = buttonRow(Bus::pgm, 1, 1, 6) + buttonRow(Bus::aux, 4, 30, 35);
         options.faults.silentAsks = 2;
         FrameEmulator frame(options);
         QVERIFY(startFrame(frame));
@@ -126,12 +110,10 @@ private Q_SLOTS:
         QTemporaryDir dir;
         const QString path = dir.filePath(u"show.json"_s);
         PanelButton unassigned{Bus::me1, 35, 0, 0}; // one the file does not list
+        ShowFile file;
         {
-            FrameEmulator clean;
-            QVERIFY(startFrame(clean));
-            QCOMPARE(
-                runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"me1"_s, u"-o"_s, path}).status,
-                0);
+            const FrameEmulator clean;
+            file = showOfFrame(clean, {Bus::me1});
             for (int shift = 4; shift >= 1 && unassigned.shift == 0; --shift) {
                 for (int button = 35; button >= 1 && unassigned.shift == 0; --button) {
                     if (clean.mapping(Bus::me1, 35, shift, button) == 0)
@@ -140,7 +122,6 @@ private Q_SLOTS:
             }
             QVERIFY(unassigned.shift != 0);
         }
-        ShowFile file = readJson(contents(path));
         const ShowButton changed = file.buttons.first();
         file.buttons.first().source = 4001; // apply would write this one
         save(path, writeShowJson(file));
@@ -173,13 +154,9 @@ private Q_SLOTS:
 
     void writesTheFrameDoesNotTakeAreReportedByButton()
     {
-        FrameEmulator frame;
-        QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = dir.filePath(u"show.json"_s);
-        QCOMPARE(
-            runTool({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"me3"_s, u"-o"_s, path}).status, 0);
-        ShowFile file = readJson(contents(path));
+        ShowFile file = showOfFrame(FrameEmulator(), {Bus::me3});
         const ShowButton refused = file.buttons[0];
         const ShowButton taken = file.buttons[1];
         file.buttons[0].source = 4002;
@@ -191,7 +168,6 @@ private Q_SLOTS:
         FrameEmulatorOptions options;
         options.faults.refusedWrites = {{Bus::me3, 35, refused.shift, refused.button}};
         FrameEmulator refusing(options);
-        frame.stop();
         QVERIFY(startFrame(refusing));
         const ToolRun run = runTool(quietly({u"apply"_s, path, u"--host"_s, host}));
         QCOMPARE(run.status, 1);
@@ -330,101 +306,6 @@ private Q_SLOTS:
         QCOMPARE(frame.client()->mainPort, quint16{6136});
         first.disconnect();
     }
-
-    void theFaultMatrix_data()
-    {
-        QTest::addColumn<FrameEmulatorOptions>("options");
-        QTest::addColumn<Trigger>("trigger");
-        QTest::addColumn<bool>("mustComplete");
-        const auto lossy = [](double fraction, quint32 seed) {
-            FrameEmulatorOptions options;
-            options.faults.dropFraction = fraction;
-            options.faults.dropSentFraction = fraction;
-            options.faults.seed = seed;
-            return options;
-        };
-        FrameEmulatorOptions duplicates;
-        duplicates.faults.duplicateSends = true;
-        FrameEmulatorOptions reordered;
-        reordered.faults.reorderWindowMs = 30;
-        FrameEmulatorOptions silent;
-        silent.faults.silentButtons = row(Bus::me4, 2, 1, 3);
-        FrameEmulatorOptions stops;
-        stops.faults.stopAtButtonSubscription = 200;
-        FrameEmulatorOptions restarts;
-        restarts.faults.restartAtButtonSubscription = 200;
-        restarts.faults.restartDownMs = 300;
-        const Trigger none;
-        const Trigger slowsDown = [](FrameEmulator& frame) { frame.setAnswerDelay(2000); };
-
-        QTest::newRow("no fault") << FrameEmulatorOptions{} << none << true;
-        QTest::newRow("2 % loss") << lossy(0.02, 11) << none << false;
-        QTest::newRow("5 % loss") << lossy(0.05, 12) << none << false;
-        QTest::newRow("10 % loss") << lossy(0.10, 13) << none << false;
-        QTest::newRow("20 % loss") << lossy(0.20, 14) << none << false;
-        QTest::newRow("duplicates") << duplicates << none << true;
-        QTest::newRow("reordering") << reordered << none << true;
-        QTest::newRow("2 s delay") << FrameEmulatorOptions{} << slowsDown << false;
-        QTest::newRow("buttons silent for good") << silent << none << false;
-        QTest::newRow("frame stops") << stops << none << false;
-        QTest::newRow("frame restarts") << restarts << none << false;
-    }
-
-    void theFaultMatrix()
-    {
-        QFETCH(FrameEmulatorOptions, options);
-        QFETCH(Trigger, trigger);
-        QFETCH(bool, mustComplete);
-        FrameEmulator frame(options);
-        if (trigger) {
-            connect(&frame, &FrameEmulator::datagramReceived, &frame,
-                    [&frame, trigger, set = false](const emulator::ReceivedDatagram& d) mutable {
-                        if (!set && d.message.kind == ClientMessageKind::buttonSubscription) {
-                            set = true;
-                            trigger(frame);
-                        }
-                    });
-        }
-        QVERIFY(startFrame(frame));
-        QTemporaryDir dir;
-        const QString path = dir.filePath(u"backup.json"_s);
-        save(path, earlierBackup);
-        const QList<Bus> buses{Bus::me1, Bus::me4, Bus::aux};
-
-        const ToolRun run =
-            runTool(quietly({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"me1"_s, u"--bus"_s,
-                             u"me4"_s, u"--bus"_s, u"aux"_s, u"-o"_s, path}));
-        qInfo("exit %d: %s", run.status, qPrintable(run.errLines().value(0)));
-        ++m_outcomes[run.status];
-        if (run.status == 0) {
-            // Complete: exactly the frame's table, nothing missing, nothing extra.
-            const ShowFileResult written = readShowJson(contents(path));
-            const bool exact = written.file && withoutNames(written.file->buttons) ==
-                                                   assignedOnFrame(frame, buses, 35);
-            if (!exact)
-                ++m_silentlyIncomplete;
-            QVERIFY(exact);
-        } else {
-            // Incomplete or no frame: said so, and the earlier backup untouched.
-            QVERIFY2(run.status == 3 || run.status == 4, qPrintable(run.err));
-            QVERIFY(!run.errLines().isEmpty());
-            QCOMPARE(contents(path), earlierBackup);
-            QVERIFY(!mustComplete);
-        }
-        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList(u"backup.json"_s));
-    }
-
-    void noRunOfTheMatrixWasSilentlyIncomplete()
-    {
-        qInfo("outcomes: %d complete, %d incomplete (exit 4), %d without the frame (exit 3)",
-              m_outcomes.value(0), m_outcomes.value(4), m_outcomes.value(3));
-        QCOMPARE(m_silentlyIncomplete, 0);
-        QVERIFY(m_outcomes.value(0) >= 3); // at least the runs that must complete
-    }
-
-private:
-    QHash<int, int> m_outcomes; // exit status → runs of the fault matrix
-    int m_silentlyIncomplete = 0;
 };
 
 QTEST_GUILESS_MAIN(TestCliFaults)

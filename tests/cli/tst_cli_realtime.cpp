@@ -46,12 +46,8 @@ private Q_SLOTS:
     void diffAndApply()
     {
         const QString path = m_dir.filePath(u"me2.json"_s);
-        QCOMPARE(
-            runTool(quietly({u"dump"_s, u"--host"_s, host, u"--bus"_s, u"me2"_s, u"-o"_s, path}),
-                    LinkTiming{}, limitMs)
-                .status,
-            0);
-        const ShowFile backup = readJson(contents(path));
+        const ShowFile backup = showOfFrame(m_frame, {Bus::me2});
+        save(path, writeShowJson(backup));
         const ShowButton first = backup.buttons.first();
         const ShowButton last = backup.buttons.last();
         m_frame.setMapping(Bus::me2, 35, first.shift, first.button, 4001);
