@@ -322,8 +322,8 @@ std::chrono::seconds shortestTimeout(const LinkTiming& timing, int retries)
 {
     // The widest panel loads longest, and a frame that leaves buttons silent makes a load wait
     // for answers as long as it ever does.
-    const auto needed = connectWaits(timing, supportedButtonCounts.back()) +
-                        timing.buttonsListen + retries * timing.retryListen;
+    const auto needed = connectWaits(timing, supportedButtonCounts.back()) - timing.namesQuietGap +
+                        timing.namesListen + timing.buttonsListen + retries * timing.retryListen;
     return std::chrono::ceil<std::chrono::seconds>(needed);
 }
 

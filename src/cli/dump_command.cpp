@@ -73,6 +73,14 @@ QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context)
     }
 
     const GVConnection& link = session.connection();
+    QList<qint64> used;
+    for (const ButtonMapping& mapping : link.mappings())
+        used.append(mapping.source);
+    const QList<int> unnamed = co_await session.completeSourceNames(used);
+    if (std::optional<QString> problem = session.linkProblem(u"no show file written"_s)) {
+        context.console.error(*problem);
+        co_return ExitCode::connectionFailed;
+    }
     const FrameReading reading =
         readFrame(link, buses, target.buttonCount,
                   [&session](qint64 source) { return session.sourceName(source); });
@@ -111,6 +119,8 @@ QCoro::Task<ExitCode> runDump(CliOptions options, CommandContext context)
         QString::number(double(took.elapsed()) / 1000.0, 'f', 1) + u" s"_s;
     context.logger.info(u"dump: "_s + summary);
     context.console.note(summary);
+    if (!unnamed.isEmpty())
+        context.console.note(unnamedSourcesLine(unnamed));
     co_return ExitCode::ok;
 }
 

@@ -1,4 +1,5 @@
 #include "frame_session.h"
+#include "report_lines.h"
 
 #include "connection_wait.h"
 #include "console.h"
@@ -269,6 +270,22 @@ std::optional<QString> FrameSession::linkProblem(const QString& consequence) con
     return u"the frame at "_s + m_target.host + u" stopped answering while "_s + m_activity +
            (consequence.isEmpty() ? QString() : u"; "_s + consequence) +
            u"; check the frame and the network, then run the command again"_s;
+}
+
+QCoro::Task<QList<int>> FrameSession::completeSourceNames(QList<qint64> used)
+{
+    GVConnection& link = *m_connection;
+    QList<int> missing = sourcesWithoutNames(used, link.sourceNames());
+    if (missing.isEmpty() || linkProblem())
+        co_return missing;
+    link.logger().info(QString::number(missing.size()) +
+                       u" sources in use have no names after the first names phase"_s);
+    m_activity = u"loading the source names again"_s;
+    co_await link.loadSourceNamesAgain();
+    missing = sourcesWithoutNames(used, link.sourceNames());
+    if (!missing.isEmpty())
+        link.logger().info(unnamedSourcesLine(missing));
+    co_return missing;
 }
 
 QString FrameSession::sourceName(qint64 source) const

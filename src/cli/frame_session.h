@@ -64,6 +64,10 @@ public:
     const GVConnection& connection() const { return *m_connection; }
     const SessionPatience& patience() const { return m_patience; }
 
+    // Makes sure every source in `used` has its definition and names: when some lack them, the
+    // names are loaded once more. Returns the sources that have none even then: none on the frame.
+    QCoro::Task<QList<int>> completeSourceNames(QList<qint64> used);
+
     // The name the frame gives `source`, empty when it has none.
     QString sourceName(qint64 source) const;
 

@@ -20,6 +20,14 @@ QString buttonText(const ShowButton& button)
            QString::number(button.button);
 }
 
+QString unnamedSourcesLine(const QList<int>& sources)
+{
+    QStringList numbers;
+    for (const int source : sources)
+        numbers.append(QString::number(source));
+    return u"Sources without names on the frame: "_s + numbers.join(u", "_s);
+}
+
 QString sourceText(qint64 source, const QString& name)
 {
     if (source == 0)

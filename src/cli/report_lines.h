@@ -17,6 +17,9 @@ using SourceNamer = std::function<QString(qint64 source)>;
 // "PGM shift 2 button 3"
 QString buttonText(const ShowButton& button);
 
+// "Sources without names on the frame: 21, 24, 700"
+QString unnamedSourcesLine(const QList<int>& sources);
+
 // "1042 (VT 1)", "12", or "0 (unassigned)".
 QString sourceText(qint64 source, const QString& name);
 

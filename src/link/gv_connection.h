@@ -110,6 +110,9 @@ public:
     // a switch from the cache. Only while connected, no other load runs and it is not cached;
     // whether it started. A first visit to another bus takes its place.
     bool loadInBackground(Bus bus);
+    // A names phase like the connect's, with the same subscriptions: for names lost the first
+    // time (the protocol has no request for one source's names). Only while connected.
+    QCoro::Task<> loadSourceNamesAgain();
     bool isBusLoadRunning() const { return m_busLoad != nullptr; }
 
     // Tears the link down and forgets what was read from the frame. Safe in any state.
@@ -278,7 +281,13 @@ private:
     void sendButtonSubscription(Bus bus, int count, ButtonPosition position);
     QCoro::Task<int> listen(std::chrono::milliseconds duration,
                             ListenEnd end = ListenEnd::afterDuration);
-    void handleSourceNamesResponse(const QByteArray& datagram, bool onListener);
+    // Which answers of a names phase have come.
+    struct NamesHeard {
+        bool definitions = false;
+        bool names = false;
+    };
+    // Whether the datagram was one of the answers.
+    bool handleSourceNamesResponse(const QByteArray& datagram, bool onListener, NamesHeard& heard);
     void sendRequest(const QByteArray& request);
     void switchTo(const QString& operation, const QString& cachedStatus,
                   const QString& loadingStatus);

@@ -36,7 +36,10 @@ struct LinkTiming {
     ms receiveInterval{20}; // 50 Hz
 
     // Loading
-    ms namesListen{2'000};     // after the three source subscriptions
+    ms namesListen{2'000};     // the longest wait after the three source subscriptions
+    // Once definitions and names have both begun to arrive, this long without another means
+    // they are all in.
+    ms namesQuietGap{300};
     ms namesPoll{1};           // each socket poll while listening for names
     us namesPassPause{100};    // between two such passes
     ms preambleListen{50};     // after the bus preamble
@@ -60,10 +63,11 @@ inline std::chrono::milliseconds busLoadWaits(const LinkTiming& timing, int butt
 }
 
 // The waits a connect cannot avoid up to its first bus loaded: the pauses after the
-// registrations and between the verification exchanges, the names phase, and the load.
+// registrations and between the verification exchanges, the quiet gap that ends the names
+// phase, and the load.
 inline std::chrono::milliseconds connectWaits(const LinkTiming& timing, int buttonCount)
 {
-    return 3 * timing.registrationPause + 2 * timing.heartbeatPause + timing.namesListen +
+    return 3 * timing.registrationPause + 2 * timing.heartbeatPause + timing.namesQuietGap +
            busLoadWaits(timing, buttonCount);
 }
 

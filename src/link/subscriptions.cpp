@@ -76,17 +76,29 @@ QCoro::Task<> GVConnection::subscribeToSourceNames(Token token)
 
     const QPointer<UdpEndpoint> listenerSocket = m_listenerSocket;
     const QPointer<UdpEndpoint> mainSocket = m_mainSocket;
+    // The frame sends its definitions and names at once, in as many datagrams as they take. Once
+    // both have begun, a silence of the quiet gap means they are all in (or lost, which only
+    // another names phase can mend): the window is the upper bound, not the rule.
+    NamesHeard heardSoFar;
+    QElapsedTimer sinceNames;
+    sinceNames.start();
     while (listening.elapsed() < m_timing.namesListen.count()) {
+        if (heardSoFar.definitions && heardSoFar.names &&
+            sinceNames.elapsed() >= m_timing.namesQuietGap.count()) {
+            m_logger.info(u"Source definitions and names in after "_s +
+                          QString::number(listening.elapsed()) + u" ms"_s);
+            break;
+        }
         const std::optional<Datagram> heard = co_await receive(listenerSocket, m_timing.namesPoll);
         if (!self || token->cancelled)
             co_return;
-        if (heard)
-            handleSourceNamesResponse(heard->bytes, true);
+        if (heard && handleSourceNamesResponse(heard->bytes, true, heardSoFar))
+            sinceNames.restart();
         const std::optional<Datagram> reply = co_await receive(mainSocket, m_timing.namesPoll);
         if (!self || token->cancelled)
             co_return;
-        if (reply)
-            handleSourceNamesResponse(reply->bytes, false);
+        if (reply && handleSourceNamesResponse(reply->bytes, false, heardSoFar))
+            sinceNames.restart();
         co_await pause(m_timing.namesPassPause);
         if (!self || token->cancelled)
             co_return;
@@ -98,7 +110,8 @@ QCoro::Task<> GVConnection::subscribeToSourceNames(Token token)
     logSourceNamesSummary();
 }
 
-void GVConnection::handleSourceNamesResponse(const QByteArray& datagram, bool onListener)
+bool GVConnection::handleSourceNamesResponse(const QByteArray& datagram, bool onListener,
+                                             NamesHeard& heard)
 {
     const ByteReader bytes(datagram);
     const qsizetype length = bytes.size();
@@ -110,14 +123,14 @@ void GVConnection::handleSourceNamesResponse(const QByteArray& datagram, bool on
                   u"b hdr=["_s + hexBytes(bytes.slice(0, headerBytesLogged)) + u"] sub="_s + code);
     if (length < subscriptionCodeEnd) {
         parseFrameInfo(datagram);
-        return;
+        return false;
     }
     const std::optional<quint16> response = wire::sourceResponseCode(datagram);
     if (!response) {
         m_logger.info(u"  -> Header mismatch: bytes4-7=["_s + hexBytes(bytes.slice(4, 4)) +
                       u"] expected [00 02 00 10]"_s);
         parseFrameInfo(datagram);
-        return;
+        return false;
     }
     const QString size = QString::number(length);
     if (*response == wire::sourceDefinitionsCode) {
@@ -125,14 +138,26 @@ void GVConnection::handleSourceNamesResponse(const QByteArray& datagram, bool on
                                  : u"Found 0210 in packet on main socket! Parsing "_s + size +
                                        u" bytes"_s);
         parseSourceDefinitionData(datagram);
+        heard.definitions = true;
     } else if (*response == wire::sourceNamesCode) {
         m_logger.info(onListener ? u"Received 020b packet on listener: "_s + size + u" bytes"_s
                                  : u"Found 020b in packet on main socket! Parsing "_s + size +
                                        u" bytes"_s);
         parseSourceNameData020b(datagram);
+        heard.names = true;
     } else {
         parseFrameInfo(datagram);
+        return false;
     }
+    return true;
+}
+
+QCoro::Task<> GVConnection::loadSourceNamesAgain()
+{
+    if (!m_isConnected)
+        co_return;
+    m_logger.info(u"Loading the source names again"_s);
+    co_await subscribeToSourceNames(m_session);
 }
 
 void GVConnection::changeButtonCount(int count)

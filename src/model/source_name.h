@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QHash>
+#include <QList>
 #include <QString>
 #include <optional>
 
@@ -26,6 +27,11 @@ struct SourceName {
 
 using SourceNameTable = QHash<int, SourceName>;
 using InternalSourceLabels = QHash<int, QString>;
+
+// The sources among `used` that the frame keeps names for and that lack their definition or
+// every one of their names, ascending and each once. The frame sends names only for sources that
+// have some, so these were either lost on the way or have none on the frame.
+QList<int> sourcesWithoutNames(const QList<qint64>& used, const SourceNameTable& names);
 
 // The text to show for a source: menu, OLED, then panel name; for internal sources (700 and
 // up) the shipped label comes before the engineering name, which is the last resort.
