@@ -10,6 +10,7 @@
 // 10 s time-out and a second connect attempt, which says nothing about the backup itself.
 #include "cli.h"
 #include "diagnostics/debug_logger.h"
+#include "emulated_frame.h"
 #include "frame_emulator.h"
 #include "link/link_timing.h"
 
@@ -61,11 +62,8 @@ std::optional<DumpRun> measure(double loss, quint32 seed)
     emulator::FrameEmulatorOptions options;
     options.faults.seed = seed;
     emulator::FrameEmulator frame(options);
-    if (!frame.start()) {
-        std::fprintf(stderr, "cannot start the emulated frame: %s\n",
-                     qPrintable(frame.errorString()));
+    if (!quorvane::bench::startFrame(frame))
         return std::nullopt;
-    }
     QObject::connect(&frame, &emulator::FrameEmulator::datagramReceived, &frame,
                      [&frame, loss](const emulator::ReceivedDatagram& datagram) {
                          if (datagram.message.kind == emulator::ClientMessageKind::registration) {

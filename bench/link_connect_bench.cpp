@@ -9,6 +9,7 @@
 #include "widgets/content_view.h"
 #include "diagnostics/debug_logger.h"
 #include "editing/editing_model.h"
+#include "emulated_frame.h"
 #include "frame_emulator.h"
 #include "link/gv_connection.h"
 #include "main_window.h"
@@ -71,11 +72,8 @@ int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
     emulator::FrameEmulator frame;
-    if (!frame.start()) {
-        std::fprintf(stderr, "cannot start the emulated frame: %s\n",
-                     qPrintable(frame.errorString()));
+    if (!quorvane::bench::startFrame(frame))
         return 1;
-    }
     QTemporaryDir settingsDir;
     QSettings preferences(settingsDir.filePath(u"prefs.ini"_s), QSettings::IniFormat);
     DebugLogger logger;

@@ -178,9 +178,9 @@ private Q_SLOTS:
         if (!stageLine.isEmpty())
             QTRY_VERIFY(link.logged(stageLine));
 
-        // Whatever the task was doing, it leaves the state alone from now on.
+        // Whatever the task was doing, it leaves the state alone from now on, to its end.
         const qsizetype settled = link.messages().size();
-        QTest::qWait(2500);
+        QTRY_VERIFY_WITH_TIMEOUT(!link.connection->isConnectionTaskRunning(), connectTimeoutMs);
         QCOMPARE(link.connection->connectionState(), ConnectionState::idle);
         QCOMPARE(link.connection->isLoading(), false);
         QCOMPARE(link.connection->statusMessage(), u"Disconnected"_s);
