@@ -38,9 +38,16 @@ struct FaultOptions {
     // The frame goes away for good when the n-th button subscription arrives (not answered).
     std::optional<int> stopAtButtonSubscription;
     // The frame goes away when the n-th button subscription arrives and comes back
-    // `restartDownMs` later, knowing nothing of the client any more.
+    // `restartDownMs` later with the show it started with, knowing nothing of the client any
+    // more (unless `restartKeepsSession`).
     std::optional<int> restartAtButtonSubscription;
+    // The frame goes away when the n-th write request arrives (it is not applied) and comes back
+    // `restartDownMs` later.
+    std::optional<int> restartAtWrite;
     int restartDownMs = 500;
+    // A frame back from a restart takes the client's old session back instead of waiting for a
+    // new handshake, so the client may never notice it was gone.
+    bool restartKeepsSession = false;
     // Of the button records sent in answer to a subscription, 0 to 1: the source gains bits
     // above 16, as a damaged datagram would carry it. A damaged datagram elsewhere rarely still
     // looks like a record, so this tests the decoder's range on purpose.

@@ -31,6 +31,7 @@ FrameEmulator::FrameEmulator(FrameEmulatorOptions options, Show show, QObject* p
     : QObject(parent)
     , m_options(std::move(options))
     , m_show(std::move(show))
+    , m_storedShow(m_show)
     , m_faults(m_options.faults)
     , m_outbox(new Outbox([this](const Outgoing& datagram) { write(datagram); }, this))
 {
@@ -404,6 +405,8 @@ void FrameEmulator::answerDynamic(const ReceivedDatagram& datagram)
         if (!m_running)
             return; // gone before it could answer
     }
+    if (message.kind == ClientMessageKind::writeRequest && goesAwayAtWrite())
+        return;
     // Every DATA message is acknowledged before it is acted upon.
     acknowledge(FramePort::dynamic, datagram);
     switch (message.kind) {
@@ -496,19 +499,34 @@ void FrameEmulator::countButtonSubscription()
     const FaultOptions& faults = m_options.faults;
     const bool stops = faults.stopAtButtonSubscription == m_buttonSubscriptions;
     const bool restarts = faults.restartAtButtonSubscription == m_buttonSubscriptions;
-    if (!stops && !restarts)
-        return;
-    Q_EMIT activity(u"Going away at button subscription "_s +
-                    QString::number(m_buttonSubscriptions) +
-                    (restarts ? u", back in "_s + QString::number(faults.restartDownMs) + u" ms"_s
-                              : QString()));
+    if (stops || restarts)
+        goAway(u"button subscription "_s + QString::number(m_buttonSubscriptions), restarts);
+}
+
+bool FrameEmulator::goesAwayAtWrite()
+{
+    ++m_writeArrivals;
+    if (m_options.faults.restartAtWrite != m_writeArrivals)
+        return false;
+    goAway(u"write "_s + QString::number(m_writeArrivals), true);
+    return true;
+}
+
+void FrameEmulator::goAway(const QString& at, bool comesBack)
+{
+    const FaultOptions& faults = m_options.faults;
+    Q_EMIT activity(u"Going away at "_s + at +
+                    (comesBack ? u", back in "_s + QString::number(faults.restartDownMs) + u" ms"_s
+                               : QString()));
     stop();
     Q_EMIT stoppedByFault();
-    if (!restarts)
+    if (!comesBack)
         return;
     QTimer::singleShot(faults.restartDownMs, this, [this] {
+        m_show = m_storedShow;
         // A frame that starts afresh knows no client until one speaks to it.
-        m_client.reset();
+        if (!m_options.faults.restartKeepsSession)
+            m_client.reset();
         if (start()) {
             Q_EMIT activity(u"Back after a restart"_s);
             Q_EMIT restartedByFault();

@@ -157,7 +157,8 @@ Q_SIGNALS:
     void writeApplied(const quorvane::emulator::WriteRequest& write);
     void announcementAcknowledged();
     void pingAnswersStopped();
-    // The frame went away (stop) or came back (start) on a fault switch.
+    // The frame went away (stop) or came back (start) on a fault switch. It comes back with the
+    // show it was made with: writes since are lost, as a frame that is switched off loses them.
     void stoppedByFault();
     void restartedByFault();
     // A line for a human about what the frame just did.
@@ -174,6 +175,9 @@ private:
     void applyWrite(const WriteRequest& write);
     bool leavesUnanswered(const ButtonSubscription& subscription);
     void countButtonSubscription();
+    // Counts the write and answers whether the frame went away at it.
+    bool goesAwayAtWrite();
+    void goAway(const QString& at, bool comesBack);
 
     void acknowledge(FramePort from, const ReceivedDatagram& datagram);
     bool sendToClient(FramePort from, ClientPort to, const QByteArray& bytes);
@@ -186,6 +190,7 @@ private:
 
     FrameEmulatorOptions m_options;
     Show m_show;
+    Show m_storedShow; // what the frame comes back with after a restart
     FaultInjector m_faults;
     std::array<QUdpSocket*, 3> m_sockets{};
     Outbox* m_outbox = nullptr;
@@ -206,6 +211,7 @@ private:
     QHash<quint32, int> m_silentAsksLeft; // by frame button key; negative: always silent
     QSet<quint32> m_refusedWrites;
     int m_buttonSubscriptions = 0;
+    int m_writeArrivals = 0;
     int m_sentDropped = 0;
 
     QList<ReceivedDatagram> m_received;

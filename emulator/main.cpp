@@ -144,7 +144,11 @@ int main(int argc, char* argv[])
         {u"restart-at-subscription"_s,
          u"Go away at the n-th button subscription and come back --restart-down ms later."_s,
          u"n"_s},
+        {u"restart-at-write"_s,
+         u"Go away at the n-th write request and come back --restart-down ms later."_s, u"n"_s},
         {u"restart-down"_s, u"How long a restart takes (default 500)."_s, u"ms"_s, u"500"_s},
+        {u"restart-keeps-session"_s,
+         u"Come back from a restart knowing the client, so that its session goes on."_s},
         {u"burst"_s,
          u"Send this many button datagrams at once, --burst-after ms after the client's first "
          u"button subscription."_s,
@@ -206,7 +210,10 @@ int main(int argc, char* argv[])
         faults.restartAtButtonSubscription =
             numberOption<int>(parser, u"restart-at-subscription"_s, 1, 1'000'000);
     }
+    if (parser.isSet(u"restart-at-write"_s))
+        faults.restartAtWrite = numberOption<int>(parser, u"restart-at-write"_s, 1, 1'000'000);
     faults.restartDownMs = numberOption<int>(parser, u"restart-down"_s, 0, 60'000);
+    faults.restartKeepsSession = parser.isSet(u"restart-keeps-session"_s);
     faults.corruptSourceFraction = numberOption<double>(parser, u"corrupt-sources"_s, 0.0, 1.0);
     faults.duplicateSends = parser.isSet(u"duplicate"_s);
     if (parser.isSet(u"stop-pings-after"_s))

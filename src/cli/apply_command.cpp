@@ -1,9 +1,14 @@
-// apply: writes the buttons of a show file that differ from the frame, and waits for the frame
-// to report each one back, writing again what it has not taken.
+// apply: writes the buttons of a show file that differ from the frame, waits for the frame to
+// report each one back, writing again what it has not taken, and then reads the written buses
+// back to prove the result.
+#include "apply_report.h"
 #include "connection_wait.h"
 #include "diagnostics/debug_logger.h"
 #include "frame_comparison.h"
+#include "platform/termination_signals.h"
 #include "write_confirmations.h"
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -33,6 +38,27 @@ ExitCode dryRun(const FrameComparison& comparison, Console& console)
 QString countText(qsizetype count, const QString& one, const QString& many)
 {
     return QString::number(count) + u' ' + (count == 1 ? one : many);
+}
+
+// The buses of `buttons`, in the order of `buses`.
+QList<Bus> busesOf(const QList<ShowButton>& buttons, const QList<Bus>& buses)
+{
+    QList<Bus> used;
+    for (Bus bus : buses) {
+        if (std::ranges::any_of(buttons,
+                                [bus](const ShowButton& button) { return button.bus == bus; }))
+            used.append(bus);
+    }
+    return used;
+}
+
+// The plan narrowed to `buses`: what a read-back of them is compared with.
+ComparisonPlan planFor(const ComparisonPlan& plan, const QList<Bus>& buses)
+{
+    ComparisonPlan narrowed = plan;
+    narrowed.buses = buses;
+    narrowed.file.buttons = onBuses(plan.file.buttons, buses);
+    return narrowed;
 }
 
 // Writes `buttons` in groups; stops early when the link is lost.
@@ -69,23 +95,31 @@ QCoro::Task<ExitCode> runApply(CliOptions options, CommandContext context)
     const AnswerLookup lastAnswer = [&link, count](const ShowButton& button) {
         return link.lastAnswer(button.bus, button.shift, button.button, count);
     };
-    WriteConfirmations confirmations;
     QList<ShowButton> toWrite;
     for (const ShowDifference& difference : comparison.differences)
         toWrite.append(difference.wanted);
+    const SourceNamer names = comparison.frameNames();
+    WriteConfirmations confirmations;
+    const ApplyRecord record{toWrite, confirmations};
+    // Every answer is looked at as it comes: a run that is interrupted or loses the link closes
+    // the connection, and with it goes what the frame had said.
+    QObject reviewing;
+    QObject::connect(&link, &GVConnection::buttonsAnswered, &reviewing,
+                     [&confirmations, &lastAnswer] { confirmations.review(lastAnswer); });
 
     // A write the frame answers with another source, or not at all within the time a load
     // gives its answers, is written again, up to --retries more times.
     const QDeadlineTimer deadline(options.timeout);
-    for (int round = 0; round <= options.retries && !toWrite.isEmpty(); ++round) {
+    QList<ShowButton> unconfirmed = toWrite;
+    for (int round = 0; round <= options.retries && !unconfirmed.isEmpty(); ++round) {
         if (round > 0) {
             context.logger.info(
-                u"Writing "_s + countText(toWrite.size(), u"button"_s, u"buttons"_s) +
+                u"Writing "_s + countText(unconfirmed.size(), u"button"_s, u"buttons"_s) +
                 u" again that the frame did not confirm (round "_s + QString::number(round) +
                 u" of "_s + QString::number(options.retries) + u')');
         }
         session.setActivity(u"writing"_s);
-        co_await writeAll(link, toWrite, confirmations, context.timing.batchListen,
+        co_await writeAll(link, unconfirmed, confirmations, context.timing.batchListen,
                           context.console);
         session.setActivity(u"waiting for the writes to be confirmed"_s);
         const bool lastRound = round == options.retries;
@@ -103,35 +137,56 @@ QCoro::Task<ExitCode> runApply(CliOptions options, CommandContext context)
         co_await waitUntil(link, answered, roundEnd);
         if (!link.isConnected() || deadline.hasExpired())
             break;
-        toWrite = confirmations.unconfirmed();
+        unconfirmed = confirmations.unconfirmed();
     }
 
-    const SourceNamer names = comparison.frameNames();
-    for (const TrackedWrite& write : confirmations.writes())
-        context.console.result(writeLine(write, names));
-    const qsizetype written = confirmations.writes().size();
-    context.console.result(u"applied "_s + QString::number(written) + u", confirmed "_s +
-                           QString::number(confirmations.confirmedCount()) + u", unconfirmed "_s +
-                           QString::number(confirmations.unconfirmedCount()));
-    const qsizetype notWritten = comparison.differences.size() - written;
+    const qsizetype neverSent = toWrite.size() - confirmations.writes().size();
     const std::optional<QString> lost = session.linkProblem(
-        notWritten > 0
-            ? countText(notWritten, u"button was"_s, u"buttons were"_s) + u" not written"_s
-            : QString());
-    session.close();
-
+        neverSent > 0 ? countText(neverSent, u"button was"_s, u"buttons were"_s) + u" never sent"_s
+                      : QString());
     if (lost) {
+        const bool interrupted = context.termination && context.termination->isRequested();
+        reportConfirmations(context.console, record, names,
+                            interrupted ? u"no answer before the interruption"_s
+                                        : u"the frame did not answer"_s);
+        context.console.result(applyTotals(record));
         context.console.error(*lost);
         co_return ExitCode::connectionFailed;
     }
-    if (!confirmations.allConfirmed()) {
-        context.console.error(
-            QString::number(confirmations.unconfirmedCount()) + u" of "_s +
-            countText(written, u"write"_s, u"writes"_s) +
-            u" not confirmed by the frame, each written up to "_s +
-            QString::number(options.retries + 1) + u" times within "_s +
-            QString::number(static_cast<double>(options.timeout.count()) / 1000.0) +
-            u" s; run apply again, or look at these buttons on the frame"_s);
+    if (toWrite.isEmpty()) {
+        // The comparison just made was a fresh load: it proved the frame agrees already.
+        context.console.result(applyTotals(record));
+        co_return ExitCode::ok;
+    }
+
+    // Confirmations prove that a write arrived, not that the frame still holds it: a frame that
+    // restarted in between may have lost writes it confirmed. A fresh load of the written buses
+    // on a connection of its own shows what the frame holds now.
+    session.close();
+    const QList<Bus> written = busesOf(toWrite, comparison.plan.buses);
+    std::variant<FrameComparison, ExitCode> readBack = co_await comparePlanWithFrame(
+        planFor(comparison.plan, written), options, context, u"the writes were not read back"_s,
+        u"reading the writes back: "_s);
+    if (const ExitCode* failed = std::get_if<ExitCode>(&readBack)) {
+        reportConfirmations(context.console, record, names, u"the frame did not answer"_s);
+        context.console.result(applyTotals(record));
+        co_return *failed;
+    }
+    FrameComparison& held = std::get<FrameComparison>(readBack);
+    held.session->close();
+    reportReadBack(context.console, record, held.differences, names);
+    context.console.result(applyTotals(record));
+    const qsizetype differing = held.differences.size();
+    context.console.result(u"read back "_s + busList(written) + u": "_s +
+                           (differing == 0
+                                ? u"as in the file"_s
+                                : countText(differing, u"button differs"_s, u"buttons differ"_s) +
+                                      u" from the file"_s));
+    if (differing > 0) {
+        context.console.error(countText(differing, u"button differs"_s, u"buttons differ"_s) +
+                              u" from the file when read back from the frame after "_s +
+                              countText(confirmations.writes().size(), u"write"_s, u"writes"_s) +
+                              u"; run apply again, or look at these buttons on the frame"_s);
         co_return ExitCode::differ;
     }
     co_return ExitCode::ok;

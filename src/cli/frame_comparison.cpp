@@ -34,9 +34,7 @@ compareFileWithFrame(const CliOptions& options, CommandContext& context, QString
         co_return ExitCode::usage;
     }
 
-    FrameComparison comparison;
-    comparison.plan = std::move(std::get<ComparisonPlan>(planned));
-    const ComparisonPlan& plan = comparison.plan;
+    const ComparisonPlan& plan = std::get<ComparisonPlan>(planned);
     context.logger.info(u"Comparing "_s + options.file + u" with the frame on "_s +
                         busList(plan.buses) + u" ("_s + QString::number(plan.target.buttonCount) +
                         u"-button panel, suite "_s + QString::number(plan.target.suite) +
@@ -45,24 +43,34 @@ compareFileWithFrame(const CliOptions& options, CommandContext& context, QString
         context.logger.info(u"Leaving out "_s + QString::number(plan.ignoredButtons) +
                             u" buttons of "_s + options.file + u" on buses not compared"_s);
     }
+    co_return co_await comparePlanWithFrame(std::move(std::get<ComparisonPlan>(planned)), options,
+                                            context, leftUndone);
+}
 
+QCoro::Task<std::variant<FrameComparison, ExitCode>>
+comparePlanWithFrame(ComparisonPlan plan, const CliOptions& options, CommandContext& context,
+                     QString leftUndone, QString failureContext)
+{
+    FrameComparison comparison;
+    comparison.plan = std::move(plan);
+    const ComparisonPlan& compared = comparison.plan;
     comparison.session = std::make_unique<FrameSession>(
         context.logger, context.timing, patienceOf(options), &context.console, context.termination);
     FrameSession& session = *comparison.session;
-    if (std::optional<QString> failed = co_await session.open(plan.target, plan.buses)) {
-        context.console.error(*failed);
+    if (std::optional<QString> failed = co_await session.open(compared.target, compared.buses)) {
+        context.console.error(failureContext + *failed);
         co_return ExitCode::connectionFailed;
     }
     // A button the frame did not answer for is unknown: comparing it as unassigned would
     // report or write what nobody knows.
     const FrameReading reading =
-        readFrame(session.connection(), plan.buses, plan.target.buttonCount);
-    const QList<ShowButton> unknown = comparedOnly(reading.unknown, plan);
+        readFrame(session.connection(), compared.buses, compared.target.buttonCount);
+    const QList<ShowButton> unknown = comparedOnly(reading.unknown, compared);
     if (!unknown.isEmpty()) {
         session.close();
         co_return reportUnknownButtons(context.console, unknown, options.retries, leftUndone);
     }
-    comparison.differences = compareWithFrame(reading.assigned, plan);
+    comparison.differences = compareWithFrame(reading.assigned, compared);
     co_return comparison;
 }
 

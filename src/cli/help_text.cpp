@@ -78,7 +78,8 @@ Which buttons are compared:
 
 Output:
   Standard output carries only the result: the show file (dump), one line per differing
-  button (diff), one line per written button and a count (apply). Standard error carries the
+  button (diff), one line per written button with what the frame holds when read back
+  afterwards, and the counts (apply). Standard error carries the
   errors, one line each, and the progress: on a terminal one line updated in place
   ("Loading ME2 … 84/140 buttons"), elsewhere a plain line per step; dump ends with a short
   summary. The log is shown only with --verbose or written with --log. Nothing is written
@@ -91,14 +92,15 @@ Complete or nothing:
   dump -o writes a new file beside FILE and puts it in place only when it is complete, so an
   earlier backup is never damaged; a folder it cannot write in is refused before the frame is
   contacted. A write counts as confirmed only when the frame reports the button back with the
-  written source afterwards. A frame that stops answering ends any command with exit 3 and says
-  what was in progress.
+  written source afterwards; apply then reads the written buses back afresh and reports what the
+  frame holds. An interrupted apply says what was sent, confirmed and never sent. A frame that
+  stops answering ends any command with exit 3 and says what was in progress.
 
 Exit codes:
-  0  Success. diff: the frame agrees with FILE. apply: every write was confirmed by the frame,
-     or nothing needed writing.
-  1  diff: some buttons differ. apply: some writes were not confirmed by the frame, even when
-     written again. apply --dry-run: something would be written.
+  0  Success. diff: the frame agrees with FILE. apply: the written buses, read back, agree with
+     FILE, or nothing needed writing.
+  1  diff: some buttons differ. apply: buttons still differ from FILE when read back after the
+     writes. apply --dry-run: something would be written.
   2  Usage error, or FILE cannot be read, is not a valid show file or does not fit the panel,
      or the dump cannot be written.
   3  The connection failed: the frame did not answer the handshake, heartbeat verification

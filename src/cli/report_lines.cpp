@@ -81,7 +81,7 @@ std::optional<QString> sameSourceNameLine(const ShowButton& wanted, const Source
     return buttonText(wanted) + u": same source; "_s + *note;
 }
 
-QString writeLine(const TrackedWrite& write, const SourceNamer& frameName)
+QString writeLine(const TrackedWrite& write, const SourceNamer& frameName, const QString& silence)
 {
     QString line =
         (write.confirmed ? u"confirmed "_s : u"unconfirmed "_s) + buttonText(write.wanted) +
@@ -90,9 +90,36 @@ QString writeLine(const TrackedWrite& write, const SourceNamer& frameName)
     if (write.confirmed)
         return line;
     if (!write.frameSource)
-        return line + u", the frame did not answer"_s;
+        return line + u", "_s + silence;
     const QString reported = frameName ? frameName(*write.frameSource) : QString();
     return line + u", the frame reports "_s + sourceText(*write.frameSource, reported);
+}
+
+QString neverSentLine(const ShowButton& wanted, const SourceNamer& frameName)
+{
+    return u"never sent "_s + buttonText(wanted) + u": "_s +
+           sourceText(wanted.source, nameFor(wanted, frameName, wanted.source));
+}
+
+QString readBackLine(const TrackedWrite& write, const std::optional<ShowDifference>& difference,
+                     const SourceNamer& frameName)
+{
+    const ShowButton& wanted = write.wanted;
+    if (!difference) {
+        return u"holds "_s + buttonText(wanted) + u": "_s +
+               sourceText(wanted.source, nameFor(wanted, frameName, wanted.source));
+    }
+    QString fate;
+    if (write.confirmed) {
+        fate = u"the write was confirmed"_s;
+    } else if (write.frameSource) {
+        const QString reported = frameName ? frameName(*write.frameSource) : QString();
+        fate = u"the frame reported "_s + sourceText(*write.frameSource, reported) +
+               u" for the write"_s;
+    } else {
+        fate = u"the frame did not answer the write"_s;
+    }
+    return u"differs "_s + differenceLine(*difference, frameName) + u"; "_s + fate;
 }
 
 QString busList(const QList<Bus>& buses)

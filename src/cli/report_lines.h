@@ -46,8 +46,19 @@ std::optional<QString> nameNote(const ShowButton& wanted, const SourceNamer& fra
 // a button whose source agrees but whose name does not; none otherwise.
 std::optional<QString> sameSourceNameLine(const ShowButton& wanted, const SourceNamer& frameName);
 
-// "confirmed PGM shift 2 button 3: 1042 (VT 1)", or "unconfirmed …" with what the frame said.
-QString writeLine(const TrackedWrite& write, const SourceNamer& frameName);
+// "confirmed PGM shift 2 button 3: 1042 (VT 1)", or "unconfirmed …" with what the frame said;
+// `silence` says why a write has no answer.
+QString writeLine(const TrackedWrite& write, const SourceNamer& frameName,
+                  const QString& silence = QStringLiteral("the frame did not answer"));
+
+// "never sent PGM shift 2 button 3: 1042 (VT 1)": a button that differed and was not written.
+QString neverSentLine(const ShowButton& wanted, const SourceNamer& frameName);
+
+// What the frame holds for a written button when read back: "holds PGM shift 2 button 3: 1042
+// (VT 1)" when that is the file's source, else "differs " and the difference, with what became
+// of the write ("the write was confirmed").
+QString readBackLine(const TrackedWrite& write, const std::optional<ShowDifference>& difference,
+                     const SourceNamer& frameName);
 
 // "ME1, PGM"
 QString busList(const QList<Bus>& buses);

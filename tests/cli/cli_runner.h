@@ -32,8 +32,10 @@ struct ToolRun {
     QStringList errLines() const { return err.split(u'\n', Qt::SkipEmptyParts); }
 };
 
+// `termination`, when given, stands for the signals the program would be sent.
 inline ToolRun runTool(const QStringList& arguments, const LinkTiming& timing = quickTiming(),
-                       int limitMs = 60'000, bool errIsTerminal = false)
+                       int limitMs = 60'000, bool errIsTerminal = false,
+                       TerminationRequest* termination = nullptr)
 {
     DebugLogger logger;
     QBuffer out;
@@ -41,7 +43,8 @@ inline ToolRun runTool(const QStringList& arguments, const LinkTiming& timing = 
     out.open(QIODevice::WriteOnly);
     err.open(QIODevice::WriteOnly);
     std::optional<int> status;
-    QCoro::Task<int> run = cli::runCli(arguments, {out, err, logger, timing, errIsTerminal});
+    QCoro::Task<int> run =
+        cli::runCli(arguments, {out, err, logger, timing, errIsTerminal, termination});
     QCoro::Task<> noted = run.then([&status](int code) { status = code; });
     // A run left behind would write into the buffers of this frame later on: better stop here.
     if (!QTest::qWaitFor([&status] { return status.has_value(); }, limitMs))

@@ -113,10 +113,24 @@ private Q_SLOTS:
         };
         QCOMPARE(
             run.outLines(),
-            QStringList({u"confirmed "_s + place(changed) + u": 4242 (Guest feed)"_s,
-                         u"confirmed "_s + place(removed) + u": 0 (unassigned)"_s,
-                         u"confirmed "_s + place(added) + u": 12 ("_s + nameOnFrame(frame, 12) + u')',
-                         u"applied 3, confirmed 3, unconfirmed 0"_s}));
+            QStringList({u"holds "_s + place(changed) + u": 4242 (Guest feed)"_s,
+                         u"holds "_s + place(removed) + u": 0 (unassigned)"_s,
+                         u"holds "_s + place(added) + u": 12 ("_s + nameOnFrame(frame, 12) + u')',
+                         u"sent 3, confirmed 3, unconfirmed 0"_s,
+                         u"read back ME2, ME4, AUX: as in the file"_s}));
+        // What the frame holds was asked for afresh after the writes: every button of the
+        // three buses.
+        const QList<emulator::ReceivedDatagram>& received = frame.received();
+        const auto lastWrite =
+            std::find_if(received.rbegin(), received.rend(), [](const auto& datagram) {
+                return datagram.message.kind == ClientMessageKind::writeRequest;
+            });
+        QVERIFY(lastWrite != received.rend());
+        const auto subscriptionsAfter =
+            std::count_if(received.rbegin(), lastWrite, [](const auto& datagram) {
+                return datagram.message.kind == ClientMessageKind::buttonSubscription;
+            });
+        QVERIFY(subscriptionsAfter >= 3 * 4 * 35);
 
         using emulator::buttonParameter;
         QCOMPARE(
@@ -129,7 +143,7 @@ private Q_SLOTS:
         // Applied once, the file and the frame agree, and a second apply writes nothing.
         const ToolRun again = runTool({u"apply"_s, path, u"--host"_s, host});
         QCOMPARE(again.status, 0);
-        QCOMPARE(again.out, u"applied 0, confirmed 0, unconfirmed 0\n"_s);
+        QCOMPARE(again.out, u"sent 0, confirmed 0, unconfirmed 0\n"_s);
         QCOMPARE(frame.writeRequests().size(), 3);
     }
 
@@ -152,7 +166,7 @@ private Q_SLOTS:
         const ToolRun fromJson =
             runTool(quietly({u"apply"_s, json, u"--host"_s, host, u"--listed-only"_s}));
         QCOMPARE(fromJson.status, 0);
-        QCOMPARE(fromJson.outLines().last(), u"applied 1, confirmed 1, unconfirmed 0"_s);
+        QCOMPARE(fromJson.outLines().last(), u"read back ME2: as in the file"_s);
         QCOMPARE(frame.mapping(Bus::me2, 35, first.shift, first.button), 4101u);
 
         const QString csv = dir.filePath(u"by-hand.csv"_s);
@@ -236,7 +250,9 @@ private Q_SLOTS:
 
         const ToolRun restore = runTool({u"apply"_s, backup, u"--host"_s, host});
         QCOMPARE(restore.status, 0);
-        QCOMPARE(restore.outLines().last(), u"applied 3, confirmed 3, unconfirmed 0"_s);
+        QCOMPARE(restore.outLines().mid(3),
+                 QStringList({u"sent 3, confirmed 3, unconfirmed 0"_s,
+                              u"read back ME1, PGM, AUX: as in the file"_s}));
         QCOMPARE(frame.client()->mainPort, quint16{6134}); // the suite recorded in the file
         QVERIFY(frame.show().buttons == original);
 

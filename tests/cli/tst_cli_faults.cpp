@@ -148,7 +148,9 @@ private Q_SLOTS:
         const ToolRun listed =
             runTool(quietly({u"apply"_s, path, u"--host"_s, host, u"--listed-only"_s}));
         QCOMPARE(listed.status, 0);
-        QCOMPARE(listed.outLines().last(), u"applied 1, confirmed 1, unconfirmed 0"_s);
+        QCOMPARE(listed.outLines().mid(1),
+                 QStringList({u"sent 1, confirmed 1, unconfirmed 0"_s,
+                              u"read back ME1: as in the file"_s}));
         QCOMPARE(frame.mapping(Bus::me1, 35, changed.shift, changed.button), 4001u);
     }
 
@@ -172,17 +174,19 @@ private Q_SLOTS:
         const ToolRun run = runTool(quietly({u"apply"_s, path, u"--host"_s, host}));
         QCOMPARE(run.status, 1);
         const QString place = u"ME3 shift "_s + QString::number(refused.shift) + u" button "_s;
+        const QString held = QString::number(refused.source) + u" ("_s + refused.name + u')';
+        // The frame's own answer and the read-back afterwards both name what it kept.
         QCOMPARE(run.outLines(),
-                 QStringList({u"unconfirmed "_s + place + QString::number(refused.button) +
-                                  u": 4002, the frame reports "_s +
-                                  QString::number(refused.source) + u" ("_s + refused.name + u')',
-                              u"confirmed ME3 shift "_s + QString::number(taken.shift) +
-                                  u" button "_s + QString::number(taken.button) + u": 4003"_s,
-                              u"applied 2, confirmed 1, unconfirmed 1"_s}));
-        QCOMPARE(run.err,
-                 u"quorvane-cli: 1 of 2 writes not confirmed by the frame, each written "
-                 u"up to 4 times within 30 s; run apply again, or look at these buttons on "
-                 u"the frame\n"_s);
+                 QStringList({u"differs "_s + place + QString::number(refused.button) +
+                                  u": frame "_s + held + u", file 4002; the frame reported "_s +
+                                  held + u" for the write"_s,
+                              u"holds ME3 shift "_s + QString::number(taken.shift) + u" button "_s +
+                                  QString::number(taken.button) + u": 4003"_s,
+                              u"sent 2, confirmed 1, unconfirmed 1"_s,
+                              u"read back ME3: 1 button differs from the file"_s}));
+        QCOMPARE(run.err, u"quorvane-cli: 1 button differs from the file when read back from the "
+                          u"frame after 2 writes; run apply again, or look at these buttons on the "
+                          u"frame\n"_s);
         QCOMPARE(writesTo(refusing, Bus::me3, refused.shift, refused.button), 4);
         QCOMPARE(writesTo(refusing, Bus::me3, taken.shift, taken.button), 1);
         QCOMPARE(refusing.mapping(Bus::me3, 35, refused.shift, refused.button),

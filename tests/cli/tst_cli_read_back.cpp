@@ -73,7 +73,7 @@ private Q_SLOTS:
             runTool(quietly({u"apply"_s, path, u"--host"_s, host, u"--retries"_s, retries}));
         QCOMPARE(apply.err, QString());
         QCOMPARE(apply.status, 0);
-        QCOMPARE(apply.out, u"applied 0, confirmed 0, unconfirmed 0\n"_s);
+        QCOMPARE(apply.out, u"sent 0, confirmed 0, unconfirmed 0\n"_s);
         QVERIFY(frame.writeRequests().isEmpty());
 
         const QString sheetPath = dir.filePath(u"sheet.pdf"_s);

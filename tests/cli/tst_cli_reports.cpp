@@ -104,6 +104,34 @@ private Q_SLOTS:
         const TrackedWrite refused{button(Bus::me4, 2, 1, 1042, u"Replay"_s), {}, 7, false};
         QCOMPARE(writeLine(refused, namer),
                  u"unconfirmed ME4 shift 2 button 1: 1042 (Replay), the frame reports 7 (CAM 7)"_s);
+        QCOMPARE(writeLine(silent, namer, u"no answer before the interruption"_s),
+                 u"unconfirmed ME3 shift 1 button 3: 0 (unassigned), no answer before the "
+                 u"interruption"_s);
+        QCOMPARE(neverSentLine(button(Bus::aux, 4, 35, 1042), namer),
+                 u"never sent AUX shift 4 button 35: 1042 (VT 1)"_s);
+    }
+
+    void readBackLines()
+    {
+        const ShowButton wanted = button(Bus::pgm, 2, 3, 1042);
+        const ShowDifference kept{wanted, button(Bus::pgm, 2, 3, 7)};
+        const TrackedWrite confirmed{wanted, {}, 1042, true};
+        QCOMPARE(readBackLine(confirmed, std::nullopt, namer),
+                 u"holds PGM shift 2 button 3: 1042 (VT 1)"_s);
+        QCOMPARE(readBackLine(confirmed, kept, namer),
+                 u"differs PGM shift 2 button 3: frame 7 (CAM 7), file 1042 (VT 1); the write was "
+                 u"confirmed"_s);
+        const TrackedWrite refused{wanted, {}, 7, false};
+        QCOMPARE(readBackLine(refused, kept, namer),
+                 u"differs PGM shift 2 button 3: frame 7 (CAM 7), file 1042 (VT 1); the frame "
+                 u"reported 7 (CAM 7) for the write"_s);
+        const TrackedWrite silent{wanted, {}, std::nullopt, false};
+        QCOMPARE(readBackLine(silent, kept, namer),
+                 u"differs PGM shift 2 button 3: frame 7 (CAM 7), file 1042 (VT 1); the frame did "
+                 u"not answer the write"_s);
+        // Taken after all, though its answer was lost: what the frame holds decides.
+        QCOMPARE(readBackLine(silent, std::nullopt, namer),
+                 u"holds PGM shift 2 button 3: 1042 (VT 1)"_s);
     }
 
     void comparedBusesAreTheListedOnesUnlessNamed()

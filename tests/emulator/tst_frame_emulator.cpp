@@ -817,6 +817,28 @@ private Q_SLOTS:
         QCOMPARE(stopped.count(), 1);
     }
 
+    void restartingAtAWriteLosesTheWritesButKeepsTheSession()
+    {
+        FrameEmulatorOptions options;
+        options.faults.restartAtWrite = 2;
+        options.faults.restartDownMs = 200;
+        options.faults.restartKeepsSession = true;
+        QVERIFY(startFrame(options));
+        QSignalSpy restarted(m_frame.get(), &FrameEmulator::restartedByFault);
+        const quint32 before = m_frame->mapping(Bus::pgm, 20, 2, 3);
+        send(dynamicPort, writeRequest(0x0496, 371, 0x30, 1042)); // 20-btn PGM S2B3
+        QCOMPARE(arrivals(*m_main, 2).size(), 2);
+        QCOMPARE(m_frame->mapping(Bus::pgm, 20, 2, 3), 1042u);
+
+        send(dynamicPort, writeRequest(0x0497, 372, 0x30, 1043)); // gone at this one
+        QTRY_COMPARE_WITH_TIMEOUT(restarted.count(), 1, timeoutMs);
+        // Back with the show it started with, and still knowing its client.
+        QCOMPARE(m_frame->mapping(Bus::pgm, 20, 2, 3), before);
+        QVERIFY(m_frame->client());
+        QVERIFY(m_frame->pushMappingChange(Bus::pgm, 20, 2, 4, 7));
+        QCOMPARE(arrivals(*m_main, 1).size(), 1);
+    }
+
 private:
     bool startFrame(const FrameEmulatorOptions& options = {})
     {
