@@ -253,6 +253,18 @@ QList<ReceivedDatagram> FrameEmulator::receivedOfKind(ClientMessageKind kind) co
     return matching;
 }
 
+QList<ReceivedDatagram> FrameEmulator::writesFor(Bus bus, int buttonCount, int shift,
+                                                 int button) const
+{
+    QList<ReceivedDatagram> writes = receivedOfKind(ClientMessageKind::writeRequest);
+    writes.removeIf([&](const ReceivedDatagram& datagram) {
+        const WriteRequest& write = datagram.message.write;
+        return write.busCode != busCode(bus) ||
+               write.parameter != buttonParameter(buttonCount, shift, button);
+    });
+    return writes;
+}
+
 QList<SentDatagram> FrameEmulator::sentFrom(quint16 localPort) const
 {
     QList<SentDatagram> matching;

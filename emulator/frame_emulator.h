@@ -143,6 +143,8 @@ public:
     const QList<ReceivedDatagram>& received() const { return m_received; }
     QList<ReceivedDatagram> receivedOn(quint16 localPort) const;
     QList<ReceivedDatagram> receivedOfKind(ClientMessageKind kind) const;
+    // The write requests that arrived for one button, lost ones included, oldest first.
+    QList<ReceivedDatagram> writesFor(Bus bus, int buttonCount, int shift, int button) const;
     const QList<SentDatagram>& sent() const { return m_sent; }
     QList<SentDatagram> sentFrom(quint16 localPort) const;
     // The writes that were applied, in order (dropped and refused ones are not).

@@ -5,8 +5,8 @@
 #include "connection_wait.h"
 #include "diagnostics/debug_logger.h"
 #include "frame_comparison.h"
+#include "link/write_confirmations.h"
 #include "platform/termination_signals.h"
-#include "write_confirmations.h"
 
 #include <algorithm>
 
@@ -61,14 +61,13 @@ ComparisonPlan planFor(const ComparisonPlan& plan, const QList<Bus>& buses)
     return narrowed;
 }
 
-// Writes `buttons` in groups; stops early when the link is lost.
+// Writes `buttons` in groups; stops early when the link is lost. The link follows each write
+// from here on, sending it again until the frame confirms it or it is given up on.
 QCoro::Task<> writeAll(GVConnection& link, const QList<ShowButton>& buttons,
-                       WriteConfirmations& confirmations, std::chrono::milliseconds groupPause,
-                       Console& console)
+                       std::chrono::milliseconds groupPause, Console& console)
 {
     for (qsizetype i = 0; i < buttons.size() && link.isConnected(); ++i) {
         const ShowButton& wanted = buttons[i];
-        confirmations.written(wanted, link.answerSerial());
         link.writeMapping(wanted.bus, wanted.shift, wanted.button, static_cast<int>(wanted.source));
         if ((i + 1) % writesPerGroup == 0) {
             console.progress(u"Writing … "_s + QString::number(i + 1) + u'/' +
@@ -91,54 +90,30 @@ QCoro::Task<ExitCode> runApply(CliOptions options, CommandContext context)
 
     FrameSession& session = *comparison.session;
     GVConnection& link = session.connection();
-    const int count = comparison.plan.target.buttonCount;
-    const AnswerLookup lastAnswer = [&link, count](const ShowButton& button) {
-        return link.lastAnswer(button.bus, button.shift, button.button, count);
-    };
     QList<ShowButton> toWrite;
     for (const ShowDifference& difference : comparison.differences)
         toWrite.append(difference.wanted);
     const SourceNamer names = comparison.frameNames();
-    WriteConfirmations confirmations;
+    // The link keeps what the frame said about each write after the link is lost, until the
+    // next connect: the report below is made from it.
+    const WriteConfirmations& confirmations = link.writes().confirmations();
     const ApplyRecord record{toWrite, confirmations};
-    // Every answer is looked at as it comes: a run that is interrupted or loses the link closes
-    // the connection, and with it goes what the frame had said.
-    QObject reviewing;
-    QObject::connect(&link, &GVConnection::buttonsAnswered, &reviewing,
-                     [&confirmations, &lastAnswer] { confirmations.review(lastAnswer); });
 
-    // A write the frame answers with another source, or not at all within the time a load
-    // gives its answers, is written again, up to --retries more times.
-    const QDeadlineTimer deadline(options.timeout);
-    QList<ShowButton> unconfirmed = toWrite;
-    for (int round = 0; round <= options.retries && !unconfirmed.isEmpty(); ++round) {
-        if (round > 0) {
-            context.logger.info(
-                u"Writing "_s + countText(unconfirmed.size(), u"button"_s, u"buttons"_s) +
-                u" again that the frame did not confirm (round "_s + QString::number(round) +
-                u" of "_s + QString::number(options.retries) + u')');
-        }
-        session.setActivity(u"writing"_s);
-        co_await writeAll(link, unconfirmed, confirmations, context.timing.batchListen,
-                          context.console);
-        session.setActivity(u"waiting for the writes to be confirmed"_s);
-        const bool lastRound = round == options.retries;
-        const QDeadlineTimer roundEnd =
-            lastRound ? deadline : std::min(deadline, QDeadlineTimer(context.timing.buttonsListen));
-        const auto answered = [&link, &confirmations, &lastAnswer, &context] {
-            if (!link.isConnected())
-                return true;
-            confirmations.review(lastAnswer);
-            context.console.progress(u"Confirmed … "_s +
-                                     QString::number(confirmations.confirmedCount()) + u'/' +
-                                     QString::number(confirmations.writes().size()) + u" writes"_s);
-            return confirmations.allAnswered();
-        };
-        co_await waitUntil(link, answered, roundEnd);
-        if (!link.isConnected() || deadline.hasExpired())
-            break;
-        unconfirmed = confirmations.unconfirmed();
-    }
+    // A write the frame answers with another source, or not at all, is written again, up to
+    // --retries more times.
+    link.writes().setTries(options.retries + 1);
+    session.setActivity(u"writing"_s);
+    co_await writeAll(link, toWrite, context.timing.batchListen, context.console);
+    session.setActivity(u"waiting for the writes to be confirmed"_s);
+    const auto settled = [&link, &confirmations, &context] {
+        if (!link.isConnected())
+            return true;
+        context.console.progress(u"Confirmed … "_s +
+                                 QString::number(confirmations.confirmedCount()) + u'/' +
+                                 QString::number(confirmations.writes().size()) + u" writes"_s);
+        return link.writes().isSettled();
+    };
+    co_await waitUntil(link, settled, QDeadlineTimer(options.timeout));
 
     const qsizetype neverSent = toWrite.size() - confirmations.writes().size();
     const std::optional<QString> lost = session.linkProblem(

@@ -20,10 +20,21 @@ QList<ShowButton> ApplyRecord::neverSent() const
     return unsent;
 }
 
+QList<TrackedWrite> ApplyRecord::writes() const
+{
+    QHash<QString, QString> names;
+    for (const ShowButton& wanted : toWrite)
+        names.insert(buttonText(wanted), wanted.name);
+    QList<TrackedWrite> named = confirmations.writes();
+    for (TrackedWrite& write : named)
+        write.wanted.name = names.value(buttonText(write.wanted));
+    return named;
+}
+
 void reportConfirmations(Console& console, const ApplyRecord& record, const SourceNamer& names,
                          const QString& silence)
 {
-    for (const TrackedWrite& write : record.confirmations.writes())
+    for (const TrackedWrite& write : record.writes())
         console.result(writeLine(write, names, silence));
     for (const ShowButton& wanted : record.neverSent())
         console.result(neverSentLine(wanted, names));
@@ -35,7 +46,7 @@ void reportReadBack(Console& console, const ApplyRecord& record,
     QHash<QString, ShowDifference> differing;
     for (const ShowDifference& difference : heldDifferences)
         differing.insert(buttonText(difference.wanted), difference);
-    for (const TrackedWrite& write : record.confirmations.writes()) {
+    for (const TrackedWrite& write : record.writes()) {
         const QString button = buttonText(write.wanted);
         const auto difference = differing.constFind(button);
         console.result(readBackLine(write,

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "console.h"
+#include "link/write_confirmations.h"
 #include "report_lines.h"
-#include "write_confirmations.h"
 
 #include <QList>
 
@@ -15,6 +15,8 @@ struct ApplyRecord {
     const WriteConfirmations& confirmations;
 
     QList<ShowButton> neverSent() const;
+    // The writes as the link followed them, each with the name the file gives its source.
+    QList<TrackedWrite> writes() const;
 };
 
 // One line per button from the frame's answers to the writes alone, for a run that ended

@@ -38,6 +38,7 @@ QCoro::Task<bool> waitUntil(GVConnection& connection, std::function<bool()> done
             QObject::connect(alive.data(), changed, &wakeUp, &WakeUp::ring);
         }
         QObject::connect(alive.data(), &QObject::destroyed, &wakeUp, &WakeUp::ring);
+        QObject::connect(&alive->writes(), &WriteTracker::changed, &wakeUp, &WakeUp::ring);
         QTimer timer;
         timer.setSingleShot(true);
         QObject::connect(&timer, &QTimer::timeout, &wakeUp, &WakeUp::ring);

@@ -13,7 +13,8 @@ namespace quorvane::cli {
 
 // Suspends until `done()` holds or `deadline` passes, and returns whether `done()` held.
 // `done()` is looked at now and again whenever the connection publishes a change of its state,
-// loading, link, mappings or button answers, or the heartbeat indicator blinks; the event loop
+// loading, link, mappings or button answers, a write's fate is decided, or the heartbeat
+// indicator blinks; the event loop
 // runs meanwhile. A connection that goes away ends
 // the wait with false.
 QCoro::Task<bool> waitUntil(GVConnection& connection, std::function<bool()> done,

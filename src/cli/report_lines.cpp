@@ -84,10 +84,10 @@ std::optional<QString> sameSourceNameLine(const ShowButton& wanted, const Source
 QString writeLine(const TrackedWrite& write, const SourceNamer& frameName, const QString& silence)
 {
     QString line =
-        (write.confirmed ? u"confirmed "_s : u"unconfirmed "_s) + buttonText(write.wanted) +
+        (write.isConfirmed() ? u"confirmed "_s : u"unconfirmed "_s) + buttonText(write.wanted) +
         u": "_s +
         sourceText(write.wanted.source, nameFor(write.wanted, frameName, write.wanted.source));
-    if (write.confirmed)
+    if (write.isConfirmed())
         return line;
     if (!write.frameSource)
         return line + u", "_s + silence;
@@ -110,7 +110,7 @@ QString readBackLine(const TrackedWrite& write, const std::optional<ShowDifferen
                sourceText(wanted.source, nameFor(wanted, frameName, wanted.source));
     }
     QString fate;
-    if (write.confirmed) {
+    if (write.isConfirmed()) {
         fate = u"the write was confirmed"_s;
     } else if (write.frameSource) {
         const QString reported = frameName ? frameName(*write.frameSource) : QString();

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "link/write_confirmations.h"
 #include "model/bus.h"
 #include "model/show_file.h"
-#include "write_confirmations.h"
 
 #include <QList>
 #include <QString>

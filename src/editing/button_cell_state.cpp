@@ -36,6 +36,7 @@ ButtonCellState EditingModel::cellState(int shift, int button) const
     // A bus is loaded at a button count once its mode is in the connection's cache index.
     cell.isFullyLoaded = m_connection.subscribedModes().contains(modeKey(m_selectedBus, count));
     cell.isUnknown = !m_connection.hasAnswered(m_selectedBus, shift, button, count);
+    markWrite(cell, count);
 
     const SelectedButtonKey key{shift, button};
     cell.isSelected = m_selection.contains(key);
@@ -46,6 +47,56 @@ ButtonCellState EditingModel::cellState(int shift, int button) const
     cell.isInDropPreview = m_dropPreviewRange && m_dropPreviewRange->contains(key);
     return cell;
 }
+
+void EditingModel::markWrite(ButtonCellState& cell, int count) const
+{
+    const WriteTracker& writes = m_connection.writes();
+    const TrackedWrite* write = writes.find(m_selectedBus, cell.shift, cell.button, count);
+    if (!write)
+        return;
+    switch (write->outcome) {
+    case WriteOutcome::confirmed:
+        return;
+    case WriteOutcome::pending:
+        if (!writes.showsPending(*write))
+            return;
+        cell.writeMark = CellWriteMark::pending;
+        break;
+    case WriteOutcome::notConfirmed:
+        cell.writeMark = CellWriteMark::notConfirmed;
+        if (const auto answer =
+                m_connection.lastAnswer(m_selectedBus, cell.shift, cell.button, count))
+            cell.frameReported = answer->source;
+        break;
+    case WriteOutcome::refused:
+        cell.writeMark = CellWriteMark::refused;
+        cell.frameReported = write->frameSource;
+        break;
+    }
+    cell.askedSource = write->wanted.source;
+}
+
+namespace {
+QString writeMarkText(const ButtonCellState& cell)
+{
+    const QString asked = u"asked "_s + QString::number(cell.askedSource.value_or(0));
+    switch (cell.writeMark) {
+    case CellWriteMark::none:
+        return QString();
+    case CellWriteMark::pending:
+        return u"Pending: written, not yet reported back by the frame"_s;
+    case CellWriteMark::notConfirmed:
+        return u"Not confirmed by the frame: "_s + asked +
+               (cell.frameReported
+                    ? u", frame last reported "_s + QString::number(*cell.frameReported)
+                    : u", no report from the frame"_s);
+    case CellWriteMark::refused:
+        return u"Refused by the frame: "_s + asked + u", frame kept "_s +
+               QString::number(cell.frameReported.value_or(0));
+    }
+    return QString();
+}
+} // namespace
 
 QString cellToolTip(const ButtonCellState& cell)
 {
@@ -68,6 +119,8 @@ QString cellToolTip(const ButtonCellState& cell)
                                         u"(the source shown was written here, unconfirmed)"_s
                                       : u"Unknown: the frame has not answered for this button"_s);
     }
+    if (cell.writeMark != CellWriteMark::none)
+        lines.append(writeMarkText(cell));
     return lines.join(u'\n');
 }
 

@@ -7,6 +7,14 @@
 
 namespace quorvane {
 
+// What the frame has made of the latest write to a button, as its cell shows it.
+enum class CellWriteMark {
+    none,         // no write, or one the frame confirmed
+    pending,      // written, not yet reported back (shown once it has waited a moment)
+    notConfirmed, // sent again and again without the frame ever reporting it back
+    refused,      // the frame reported another source, and kept it
+};
+
 // Everything a button cell shows, worked out afresh for every cell on every redraw; the cell
 // only paints it.
 struct ButtonCellState {
@@ -22,6 +30,9 @@ struct ButtonCellState {
     // The frame has not answered for this button: what it holds is unknown, which is not the
     // same as unassigned. A source shown on such a button is one written to it, unconfirmed.
     bool isUnknown = false;
+    CellWriteMark writeMark = CellWriteMark::none;
+    std::optional<qint64> askedSource;   // the source of the latest write, while marked
+    std::optional<qint64> frameReported; // the frame's last word on the button, while marked
     bool isSelected = false;
     bool isMultiSelected = false; // selected, in a selection of two or more cells
     std::optional<int> anchorButton;
@@ -35,7 +46,8 @@ struct ButtonCellState {
 };
 
 // What a cell's tooltip says: the source's number, its full name, its engineering name when
-// that differs, the mapping key, and whether the frame has answered for the button.
+// that differs, the mapping key, whether the frame has answered for the button, and what
+// became of a write to it that the frame has not confirmed.
 QString cellToolTip(const ButtonCellState& cell);
 
 } // namespace quorvane

@@ -4,8 +4,8 @@
 #include "editing/editing_model.h"
 
 #include "editing/grid_geometry.h"
-#include "link/gv_connection.h"
 #include "editing/source_filter.h"
+#include "link/gv_connection.h"
 
 #include <algorithm>
 #include <limits>
@@ -33,6 +33,10 @@ EditingModel::EditingModel(GVConnection& connection, QObject* parent)
                          &GVConnection::isConnectedChanged, &GVConnection::buttonsAnswered}) {
         QObject::connect(&m_connection, changed, this, &EditingModel::gridDataChanged);
     }
+    QObject::connect(&m_connection.writes(), &WriteTracker::changed, this,
+                     &EditingModel::gridDataChanged);
+    QObject::connect(&m_connection.writes(), &WriteTracker::writeRefused, this,
+                     &EditingModel::forgetRefusedChange);
     QObject::connect(&m_connection, &GVConnection::buttonCountChanged, this,
                      &EditingModel::syncButtonCount);
     // What Undo may act on follows the panel connected; a notice of the last edit is stale

@@ -8,12 +8,12 @@
 #include "editing/grid_geometry.h"
 #include "editing/grid_zoom.h"
 #include "editing/key_table.h"
-#include "model/bus.h"
 #include "editing/sandbox.h"
 #include "editing/selected_button_key.h"
 #include "editing/selection_model.h"
 #include "editing/source_picker.h"
 #include "editing/undo_history.h"
+#include "model/bus.h"
 
 #include <QHash>
 #include <QObject>
@@ -26,6 +26,7 @@
 namespace quorvane {
 
 class GVConnection;
+struct TrackedWrite;
 
 // The state of the main view and every operation the operator performs on it: selection,
 // copy and paste, clear, undo, drag and drop, the sandbox, the source picker and the keyboard
@@ -232,11 +233,16 @@ private:
     // Why the newest step of `step` cannot be written back now, or empty when it can.
     QString refusalFor(const UndoAction* step, const QString& refused) const;
     // Writes the states an undo or a redo took from the history.
-    void writeBack(const UndoAction& action);
+    enum class WriteOrigin { edit, undo, redo };
+    void writeBack(const UndoAction& action, WriteOrigin origin);
     // One button to the frame, after checking it is one the panel has and a source the frame
     // can take; the log line names what it replaces.
     void writeButton(const ButtonLocation& location, qint64 source);
     void setEditNotice(const QString& notice);
+    // The cell's mark for a write the frame has not confirmed.
+    void markWrite(ButtonCellState& cell, int count) const;
+    // A refused write changed nothing: the step that would take it back loses the button.
+    void forgetRefusedChange(const TrackedWrite& write);
     // The connection's bus and button count are the ones shown: the grid follows them when
     // they are switched from anywhere.
     void syncButtonCount();
@@ -278,6 +284,10 @@ private:
     QPointF m_dragClickOffset;
 
     UndoHistory m_undo;
+    // Which side of the history each button's latest write came from, by mapping key: the
+    // step to mend when the frame refuses it.
+    WriteOrigin m_writingAs = WriteOrigin::edit;
+    QHash<QString, WriteOrigin> m_writeOrigins;
     InternalClipboard m_clipboard;
     QString m_editNotice;
 };

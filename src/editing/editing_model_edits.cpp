@@ -3,6 +3,7 @@
 #include "editing/editing_model.h"
 #include "editing/grid_geometry.h"
 #include "link/gv_connection.h"
+#include "model/button_mapping.h"
 
 using namespace Qt::StringLiterals;
 
@@ -47,16 +48,30 @@ void EditingModel::writeButton(const ButtonLocation& location, qint64 source)
     // and the frame takes 16-bit sources only: such an edit is dropped, not sent.
     if (!isInGrid(location.shift, location.button, m_connection.buttonCount()) || source < 0 ||
         source > lastSourceNumber) {
-        m_connection.logger().warn(u"writeButton: skipped "_s + busName(location.bus) + u" S"_s +
-                                   QString::number(location.shift) + u'B' +
-                                   QString::number(location.button) + u" > "_s +
-                                   QString::number(source) + u" (buttonCount="_s +
+        m_connection.logger().warn(u"writeButton: skipped "_s +
+                                   buttonName(location.bus, location.shift, location.button) +
+                                   u" > "_s + QString::number(source) + u" (buttonCount="_s +
                                    QString::number(m_connection.buttonCount()) + u')');
         return;
     }
+    m_writeOrigins.insert(
+        mappingKey(location.bus, m_connection.buttonCount(), location.shift, location.button),
+        m_writingAs);
     m_connection.writeMapping(location.bus, location.shift, location.button,
                               static_cast<int>(source),
                               GVConnection::ReplacedSource{knownSource(location)});
+}
+
+void EditingModel::forgetRefusedChange(const TrackedWrite& write)
+{
+    const ShowButton& button = write.wanted;
+    const WriteOrigin origin =
+        m_writeOrigins.take(mappingKey(button.bus, write.buttonCount, button.shift, button.button));
+    // An edit's or a redo's change is taken back by an undo; an undo's by a redo.
+    const UndoHistory::Side side =
+        origin == WriteOrigin::undo ? UndoHistory::Side::redo : UndoHistory::Side::undo;
+    if (m_undo.dropChange(button.bus, button.shift, button.button, side))
+        Q_EMIT undoHistoryChanged();
 }
 
 std::optional<qint64> EditingModel::knownSource(const ButtonLocation& location) const
@@ -263,7 +278,7 @@ void EditingModel::undo()
     // back. Buttons the batch changed but the undo cannot restore keep the batch's sources
     // anyway, so the redo has nothing to write to them.
     m_undo.keepForRedo(presentStates(locationsOf(action->changes)).first);
-    writeBack(*action);
+    writeBack(*action, WriteOrigin::undo);
 }
 
 void EditingModel::redo()
@@ -276,16 +291,18 @@ void EditingModel::redo()
     if (!action)
         return;
     m_undo.keepForUndo(presentStates(locationsOf(action->changes)).first);
-    writeBack(*action);
+    writeBack(*action, WriteOrigin::redo);
 }
 
-void EditingModel::writeBack(const UndoAction& action)
+void EditingModel::writeBack(const UndoAction& action, WriteOrigin origin)
 {
     Q_EMIT undoHistoryChanged();
     // Each state names its own bus: the bus the batch changed is restored, whichever is shown
     // now.
+    m_writingAs = origin;
     for (const ButtonState& state : action.changes)
         writeButton({state.bus, state.shift, state.button}, state.source);
+    m_writingAs = WriteOrigin::edit;
 }
 
 } // namespace quorvane

@@ -57,4 +57,20 @@ bool UndoHistory::forgetRedo()
     return true;
 }
 
+bool UndoHistory::dropChange(Bus bus, int shift, int button, Side side)
+{
+    QList<UndoAction>& actions = side == Side::undo ? m_actions : m_redoActions;
+    for (qsizetype i = actions.size() - 1; i >= 0; --i) {
+        const qsizetype removed = actions[i].changes.removeIf([&](const ButtonState& state) {
+            return state.bus == bus && state.shift == shift && state.button == button;
+        });
+        if (removed == 0)
+            continue;
+        if (actions[i].changes.isEmpty())
+            actions.removeAt(i);
+        return true;
+    }
+    return false;
+}
+
 } // namespace quorvane

@@ -30,6 +30,11 @@ public:
     // A change that cannot be undone still makes what was undone before it stale. Returns
     // whether there was anything to redo.
     bool forgetRedo();
+    // A write the frame refused changed nothing, so no step may take it back: the button
+    // leaves the newest step of that side holding it, the step going when nothing is left.
+    // Returns whether a step held it.
+    enum class Side { undo, redo };
+    bool dropChange(Bus bus, int shift, int button, Side side);
 
     // The action an undo (or a redo) would take, or null.
     const UndoAction* newest() const { return m_actions.isEmpty() ? nullptr : &m_actions.last(); }

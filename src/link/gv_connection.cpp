@@ -27,6 +27,19 @@ GVConnection::GVConnection(QSettings& preferences, DebugLogger& logger, QObject*
     , m_statusMessage(connectionStateText(ConnectionState::idle))
 {
     m_lastHeartbeatAck.start();
+    m_writes = new WriteTracker(
+        WriteTracker::Link{[this] { return m_isConnected; }, [this] { return m_answerSerial; },
+                           [this](const TrackedWrite& write) {
+                               return lastAnswer(write.wanted.bus, write.wanted.shift,
+                                                 write.wanted.button, write.buttonCount);
+                           },
+                           [this](const TrackedWrite& write) {
+                               sendWrite(write.wanted, write.buttonCount, write.replaced);
+                           },
+                           [this](const TrackedWrite& write) { showFrameSource(write); }},
+        m_timing, m_logger, this);
+    QObject::connect(m_writes, &WriteTracker::writeRefused, this,
+                     [this](const TrackedWrite&, const QString& text) { setStatusMessage(text); });
     m_logger.info(u"GVConnection initialized"_s);
     m_internalSourceLabels = loadInternalSourceLabels(defaultSourceLabelsLocations(), m_logger);
     const QString host = m_preferences.value(lastHostKey).toString();
@@ -81,6 +94,7 @@ void GVConnection::connect(const QString& host, int suite, int buttonCount, cons
                   countText + u"-button mode"_s);
 
     m_ignoredSenders.clear();
+    m_writes->clear();
     m_session = std::make_shared<CancelToken>();
     m_connectionTask = runConnection(savedAs.isEmpty() ? host : savedAs, m_session);
 }

@@ -8,6 +8,7 @@
 #include "model/button_mapping.h"
 #include "model/source_name.h"
 #include "udp_endpoint.h"
+#include "write_tracker.h"
 
 #include <QByteArrayView>
 #include <QCoroTask>
@@ -23,6 +24,8 @@
 class QSettings;
 
 namespace quorvane {
+
+struct ButtonAnswer;
 
 // The one connection to the K-Frame. It owns the link and every piece of switcher state the
 // window shows; the window observes the published properties and changes the frame only
@@ -121,16 +124,17 @@ public:
     void cancelConnect();
     void saveHost(const QString& host);
 
-    // What a button held before a write, as far as the writer knows it (none: unknown). The
-    // write's log line names it, so that an overwritten mapping can still be read back.
-    struct ReplacedSource {
-        std::optional<qint64> source;
-    };
-    // Sets one button on the frame and in the cache at once; no reply is awaited.
+    using ReplacedSource = quorvane::ReplacedSource;
+    // Sets one button on the frame, and in the cache at once; the write stays pending until
+    // the frame reports the button back (see `writes`).
     void writeMapping(Bus bus, int shift, int button, int source,
                       std::optional<ReplacedSource> replaced = std::nullopt);
-    // The 26-byte request that sets one button; consumes a sequence number.
-    QByteArray buildWriteRequest(Bus bus, int shift, int button, int source);
+    // The 26-byte request that sets one button of a panel `count` buttons wide; consumes a
+    // sequence number.
+    QByteArray buildWriteRequest(Bus bus, int shift, int button, int source, int count);
+    // Every write of the session and what became of it.
+    const WriteTracker& writes() const { return *m_writes; }
+    WriteTracker& writes() { return *m_writes; }
     // Show another bus or button count: from the cache when loaded before, else load it.
     void changeBus(Bus bus);
     void changeButtonCount(int count);
@@ -143,10 +147,7 @@ public:
     // What the frame last said about one button since the connect, whatever it said (source 0
     // and the reserved "no assignment" values included). Answers are numbered as they arrive,
     // so that a write can tell the answers that came after it.
-    struct ButtonAnswerStamp {
-        quint64 serial = 0;
-        quint32 source = 0;
-    };
+    using ButtonAnswerStamp = quorvane::ButtonAnswerStamp;
     std::optional<ButtonAnswerStamp> lastAnswer(Bus bus, int shift, int button,
                                                 int buttonCount) const;
     // A button the frame has not answered for is unknown, which is not the same as unassigned.
@@ -201,7 +202,7 @@ private:
     // suspension and its bus loads again on its next visit.
     struct BusLoad {
         Token session;
-        QString key; // the combination it loads ("ME1-35")
+        QString key;       // the combination it loads ("ME1-35")
         bool shown = true; // false: loading ahead in the background, quietly
         bool cancelled = false;
         bool stopped() const { return cancelled || session->cancelled; }
@@ -210,9 +211,9 @@ private:
     // How a wait for the answers of a load ended.
     struct AnswerWait {
         int iterations = 0;
-        int batches = 0;      // datagrams of button data handed on
+        int batches = 0;       // datagrams of button data handed on
         qsizetype missing = 0; // buttons still without an answer
-        bool quiet = false;   // ended by the quiet gap, buttons still missing
+        bool quiet = false;    // ended by the quiet gap, buttons still missing
     };
     // Whether a listen stops once it has handed on button data and nothing more is waiting.
     enum class ListenEnd { afterDuration, onceDrained };
@@ -275,9 +276,8 @@ private:
                                          std::optional<std::chrono::milliseconds> quietGap,
                                          QElapsedTimer& lastAnswer, BusLoadRef load);
     // The rounds of asking again; how many buttons answered in them, none when stopped.
-    QCoro::Task<std::optional<qsizetype>> askAgainForUnanswered(Bus bus, int count,
-                                                                QElapsedTimer& lastAnswer,
-                                                                BusLoadRef load);
+    QCoro::Task<std::optional<qsizetype>>
+    askAgainForUnanswered(Bus bus, int count, QElapsedTimer& lastAnswer, BusLoadRef load);
     void sendButtonSubscription(Bus bus, int count, ButtonPosition position);
     QCoro::Task<int> listen(std::chrono::milliseconds duration,
                             ListenEnd end = ListenEnd::afterDuration);
@@ -289,6 +289,13 @@ private:
     // Whether the datagram was one of the answers.
     bool handleSourceNamesResponse(const QByteArray& datagram, bool onListener, NamesHeard& heard);
     void sendRequest(const QByteArray& request);
+    // Writing: sends one write and returns its "Wrote …" line; shows a source in the cache.
+    QString sendWrite(const ShowButton& wanted, int count,
+                      const std::optional<ReplacedSource>& replaced);
+    void showSource(Bus bus, int shift, int button, int count, qint64 source);
+    void showFrameSource(const TrackedWrite& write);
+    void holdPendingWrites(const QList<ButtonAnswer>& answers);
+
     void switchTo(const QString& operation, const QString& cachedStatus,
                   const QString& loadingStatus);
 
@@ -353,6 +360,7 @@ private:
     Bus m_currentBus = Bus::pgm;
     bool m_hasLoadedAllBuses = false;
     QSet<QString> m_subscribedModes;
+    WriteTracker* m_writes = nullptr; // a child, made with the connection
 };
 
 } // namespace quorvane

@@ -23,6 +23,8 @@ void GVConnection::parseButtonData(QByteArrayView datagram)
         m_answers.insert(mappingKey(answer.bus, m_buttonCount, answer.shift, answer.button),
                          {++m_answerSerial, answer.source});
     }
+    m_writes->answersArrived();
+    holdPendingWrites(result.answers);
     if (result.mappingsChanged)
         Q_EMIT mappingsChanged();
     if (!result.answers.isEmpty())

@@ -36,7 +36,7 @@ struct LinkTiming {
     ms receiveInterval{20}; // 50 Hz
 
     // Loading
-    ms namesListen{2'000};     // the longest wait after the three source subscriptions
+    ms namesListen{2'000}; // the longest wait after the three source subscriptions
     // Once definitions and names have both begun to arrive, this long without another means
     // they are all in.
     ms namesQuietGap{300};
@@ -51,6 +51,12 @@ struct LinkTiming {
     // Once answers have begun, this long without a new one means the missing buttons are lost,
     // not late: they are asked for again at once. Long enough for a slow frame's stragglers.
     ms answersQuietGap{150};
+
+    // Writing
+    // A write the frame has not reported back within this is sent again, `writeTries` times
+    // in all; then it is given up on and named.
+    ms writeConfirmWait{500};
+    int writeTries = 4;
 };
 
 // The waits one bus load cannot avoid, whatever the frame answers: the listens after the

@@ -24,6 +24,11 @@ QString busName(Bus bus)
     return {};
 }
 
+QString buttonName(Bus bus, int shift, int button)
+{
+    return busName(bus) + u" S"_s + QString::number(shift) + u'B' + QString::number(button);
+}
+
 std::optional<Bus> busFromName(QStringView name)
 {
     for (Bus bus : allBuses) {

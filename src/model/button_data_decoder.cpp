@@ -31,8 +31,7 @@ constexpr quint32 notAnAssignmentEither = 0xFFFFFFFE;
 
 QString buttonText(Bus bus, ButtonPosition position)
 {
-    return busName(bus) + u" S"_s + QString::number(position.shift) + u'B' +
-           QString::number(position.button);
+    return buttonName(bus, position.shift, position.button);
 }
 } // namespace
 

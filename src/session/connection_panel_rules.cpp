@@ -37,9 +37,30 @@ QString statusLineText(const StatusLineParts& parts)
         status = parts.failure;
     if (status.isEmpty())
         status = statusLineMessage(parts.state, parts.statusMessage);
-    if (parts.editNotice.isEmpty())
-        return status;
-    return status.isEmpty() ? parts.editNotice : status + u" · "_s + parts.editNotice;
+    for (const QString& part : {parts.unsettledWrites, parts.editNotice}) {
+        if (!part.isEmpty())
+            status = status.isEmpty() ? part : status + u" · "_s + part;
+    }
+    return status;
+}
+
+namespace {
+QString buttonCount(int count)
+{
+    return QString::number(count) + (count == 1 ? u" button"_s : u" buttons"_s);
+}
+} // namespace
+
+QString unsettledWritesText(int notConfirmed, int refused)
+{
+    QString text;
+    if (notConfirmed > 0)
+        text = buttonCount(notConfirmed) + u" not confirmed by the frame"_s;
+    if (refused > 0) {
+        text += (text.isEmpty() ? QString() : u" · "_s) + buttonCount(refused) +
+                u" refused by the frame"_s;
+    }
+    return text;
 }
 
 LogLineKind logLineKind(const QString& line)

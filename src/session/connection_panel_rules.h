@@ -20,16 +20,21 @@ QString statusLineMessage(ConnectionState state, const QString& statusMessage);
 
 // What the status line says beside the state's text: what is under way (a lookup, or the
 // countdown to a reconnect, which says the link was lost), else a kept failure, which replaces the
-// connection's own status (then only "Disconnected" or the failure again), else that status; a
-// notice of the last edit follows.
+// connection's own status (then only "Disconnected" or the failure again), else that status; the
+// writes the frame has not taken, then a notice of the last edit follow.
 struct StatusLineParts {
     ConnectionState state = ConnectionState::idle;
     QString statusMessage;
     QString failure;
     QString pending; // under way instead of a link: a lookup, a countdown to a reconnect
     QString editNotice;
+    QString unsettledWrites; // see unsettledWritesText
 };
 QString statusLineText(const StatusLineParts& parts);
+
+// "2 buttons not confirmed by the frame · 1 button refused by the frame", or empty when every
+// write given up on has been resolved since.
+QString unsettledWritesText(int notConfirmed, int refused);
 
 // How a debug log line is coloured: by the first marker found, errors first.
 enum class LogLineKind { error, warning, hex, normal };

@@ -88,6 +88,37 @@ void paintUnknownMark(QPainter& painter, const QPainterPath& shape, const QRect&
     painter.drawText(alone ? rect : innerRect(rect, metrics),
                      alone ? Qt::AlignCenter : Qt::AlignTop | Qt::AlignRight, u"?"_s);
 }
+
+// A write the frame has not confirmed: an outline and a sign in the top left corner, each
+// state its own colour and line, so that they read apart from each other and from unknown.
+void paintWriteMark(QPainter& painter, const QPainterPath& shape, const QRect& rect,
+                    const ButtonCellState& cell, const GridMetrics& metrics)
+{
+    QColor colour;
+    Qt::PenStyle line = Qt::SolidLine;
+    QString sign;
+    switch (cell.writeMark) {
+    case CellWriteMark::none:
+        return;
+    case CellWriteMark::pending:
+        colour = QColor(0x6c, 0xb4, 0xff);
+        line = Qt::DashLine;
+        sign = u"\u2026"_s; // …
+        break;
+    case CellWriteMark::notConfirmed:
+        colour = QColor(0xff, 0x9f, 0x0a);
+        sign = u"!"_s;
+        break;
+    case CellWriteMark::refused:
+        colour = QColor(0xff, 0x45, 0x3a);
+        sign = u"\u2715"_s; // ✕
+        break;
+    }
+    painter.setPen(QPen(colour, std::max(1.0, metrics.scaled(2)), line));
+    painter.drawPath(shape);
+    painter.setFont(gridFont(painter.font(), 8, metrics, true));
+    painter.drawText(innerRect(rect, metrics), Qt::AlignTop | Qt::AlignLeft, sign);
+}
 } // namespace
 
 QFont gridFont(const QFont& base, double pointSize, const GridMetrics& metrics, bool bold)
@@ -176,6 +207,7 @@ void ButtonGridWidget::paintCell(QPainter& painter, const QRect& rect, const But
         // An unknown button without a written source has nothing else to show.
         if (!cell.isUnknown || cell.source != 0)
             paintSource(painter, rect, cell, metrics);
+        paintWriteMark(painter, shape, rect, cell, metrics);
     }
     painter.restore();
 }

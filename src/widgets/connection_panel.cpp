@@ -1,11 +1,11 @@
 #include "widgets/connection_panel.h"
 
-#include "session/auto_reconnect.h"
-#include "session/connection_panel_rules.h"
 #include "editing/editing_model.h"
 #include "link/gv_connection.h"
-#include "session/link_failure.h"
 #include "model/button_address.h"
+#include "session/auto_reconnect.h"
+#include "session/connection_panel_rules.h"
+#include "session/link_failure.h"
 #include "widgets/no_paste_line_edit.h"
 
 #include <QCheckBox>
@@ -152,6 +152,8 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect,
           &GVConnection::hasLoadedAllBusesChanged}) {
         QObject::connect(&m_connection, changed, this, &ConnectionPanel::showConnectionState);
     }
+    QObject::connect(&m_connection.writes(), &WriteTracker::changed, this,
+                     &ConnectionPanel::showConnectionState);
     QObject::connect(&m_connection, &GVConnection::heartbeatPulseChanged, this,
                      &ConnectionPanel::showHeartbeat);
     showChoices();
@@ -218,8 +220,12 @@ void ConnectionPanel::showConnectionState()
     m_progress->setVisible(settingUp);
     m_progress->setValue(int(m_connection.connectionProgress() * progressSteps));
     const QString pending = lookingUp ? m_lookup.progressText() : m_reconnect.countdownText();
+    const WriteConfirmations& writes = m_connection.writes().confirmations();
     m_status->setText(statusLineText(
-        {state, m_connection.statusMessage(), m_failure.text(), pending, m_model.editNotice()}));
+        {state, m_connection.statusMessage(), m_failure.text(), pending, m_model.editNotice(),
+         m_connection.isConnected() ? unsettledWritesText(writes.count(WriteOutcome::notConfirmed),
+                                                          writes.count(WriteOutcome::refused))
+                                    : QString()}));
     m_status->setToolTip(m_status->text());
     m_stopReconnect->setVisible(m_reconnect.isCountingDown());
     const QString frame =

@@ -96,12 +96,18 @@ private Q_SLOTS:
 
     void writeLines()
     {
-        const TrackedWrite confirmed{button(Bus::me3, 1, 2, 7), {}, 7, true};
+        const TrackedWrite confirmed{.wanted = button(Bus::me3, 1, 2, 7),
+                                     .frameSource = 7,
+                                     .outcome = WriteOutcome::confirmed};
         QCOMPARE(writeLine(confirmed, namer), u"confirmed ME3 shift 1 button 2: 7 (CAM 7)"_s);
-        const TrackedWrite silent{button(Bus::me3, 1, 3, 0), {}, std::nullopt, false};
+        const TrackedWrite silent{.wanted = button(Bus::me3, 1, 3, 0),
+                                  .frameSource = std::nullopt,
+                                  .outcome = WriteOutcome::notConfirmed};
         QCOMPARE(writeLine(silent, namer),
                  u"unconfirmed ME3 shift 1 button 3: 0 (unassigned), the frame did not answer"_s);
-        const TrackedWrite refused{button(Bus::me4, 2, 1, 1042, u"Replay"_s), {}, 7, false};
+        const TrackedWrite refused{.wanted = button(Bus::me4, 2, 1, 1042, u"Replay"_s),
+                                   .frameSource = 7,
+                                   .outcome = WriteOutcome::refused};
         QCOMPARE(writeLine(refused, namer),
                  u"unconfirmed ME4 shift 2 button 1: 1042 (Replay), the frame reports 7 (CAM 7)"_s);
         QCOMPARE(writeLine(silent, namer, u"no answer before the interruption"_s),
@@ -115,17 +121,20 @@ private Q_SLOTS:
     {
         const ShowButton wanted = button(Bus::pgm, 2, 3, 1042);
         const ShowDifference kept{wanted, button(Bus::pgm, 2, 3, 7)};
-        const TrackedWrite confirmed{wanted, {}, 1042, true};
+        const TrackedWrite confirmed{
+            .wanted = wanted, .frameSource = 1042, .outcome = WriteOutcome::confirmed};
         QCOMPARE(readBackLine(confirmed, std::nullopt, namer),
                  u"holds PGM shift 2 button 3: 1042 (VT 1)"_s);
         QCOMPARE(readBackLine(confirmed, kept, namer),
                  u"differs PGM shift 2 button 3: frame 7 (CAM 7), file 1042 (VT 1); the write was "
                  u"confirmed"_s);
-        const TrackedWrite refused{wanted, {}, 7, false};
+        const TrackedWrite refused{
+            .wanted = wanted, .frameSource = 7, .outcome = WriteOutcome::refused};
         QCOMPARE(readBackLine(refused, kept, namer),
                  u"differs PGM shift 2 button 3: frame 7 (CAM 7), file 1042 (VT 1); the frame "
                  u"reported 7 (CAM 7) for the write"_s);
-        const TrackedWrite silent{wanted, {}, std::nullopt, false};
+        const TrackedWrite silent{
+            .wanted = wanted, .frameSource = std::nullopt, .outcome = WriteOutcome::notConfirmed};
         QCOMPARE(readBackLine(silent, kept, namer),
                  u"differs PGM shift 2 button 3: frame 7 (CAM 7), file 1042 (VT 1); the frame did "
                  u"not answer the write"_s);

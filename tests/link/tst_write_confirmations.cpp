@@ -1,13 +1,12 @@
 // Telling a write the frame has taken from one it has only been sent: only a record of the
 // button that the frame sends after the write, carrying the written source, confirms it.
-#include "write_confirmations.h"
+#include "link/write_confirmations.h"
 
 #include <QHash>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
-using namespace quorvane::cli;
 
 namespace {
 
@@ -26,8 +25,9 @@ public:
     quint64 serial() const { return m_serial; }
     AnswerLookup lookup() const
     {
-        return [this](const ShowButton& b) -> std::optional<GVConnection::ButtonAnswerStamp> {
-            const auto found = m_last.constFind(key(b.bus, b.shift, b.button));
+        return [this](const TrackedWrite& write) -> std::optional<ButtonAnswerStamp> {
+            const auto found =
+                m_last.constFind(key(write.wanted.bus, write.wanted.shift, write.wanted.button));
             if (found == m_last.cend())
                 return std::nullopt;
             return *found;
@@ -39,7 +39,7 @@ private:
     {
         return mappingKey(bus, 35, shift, number);
     }
-    QHash<QString, GVConnection::ButtonAnswerStamp> m_last;
+    QHash<QString, ButtonAnswerStamp> m_last;
     quint64 m_serial = 0;
 };
 
@@ -55,9 +55,9 @@ private Q_SLOTS:
         frame.report(Bus::pgm, 1, 1, 12); // already what will be written
         frame.report(Bus::aux, 4, 35, 0);
         WriteConfirmations confirmations;
-        confirmations.written(button(Bus::pgm, 1, 1, 12), frame.serial());
-        confirmations.written(button(Bus::aux, 4, 35, 0), frame.serial());
-        confirmations.written(button(Bus::me1, 2, 3, 40), frame.serial());
+        confirmations.written(button(Bus::pgm, 1, 1, 12), 35, frame.serial(), std::nullopt, 0);
+        confirmations.written(button(Bus::aux, 4, 35, 0), 35, frame.serial(), std::nullopt, 0);
+        confirmations.written(button(Bus::me1, 2, 3, 40), 35, frame.serial(), std::nullopt, 0);
         confirmations.review(frame.lookup());
         QCOMPARE(confirmations.confirmedCount(), 0);
         QCOMPARE(confirmations.unconfirmedCount(), 3);
@@ -75,12 +75,12 @@ private Q_SLOTS:
         const QList<ShowButton> wanted{button(Bus::pgm, 1, 1, 12), button(Bus::me1, 2, 3, 40),
                                        button(Bus::aux, 4, 35, 0)};
         for (const ShowButton& write : wanted)
-            confirmations.written(write, frame.serial());
+            confirmations.written(write, 35, frame.serial(), std::nullopt, 0);
 
         frame.report(Bus::pgm, 1, 1, 12);
         confirmations.review(frame.lookup());
         QCOMPARE(confirmations.confirmedCount(), 1);
-        QVERIFY(confirmations.writes()[0].confirmed);
+        QVERIFY(confirmations.writes()[0].isConfirmed());
         QCOMPARE(confirmations.writes()[0].frameSource, 12);
 
         frame.report(Bus::me1, 2, 3, 40);
@@ -97,11 +97,11 @@ private Q_SLOTS:
         FrameAnswers frame;
         WriteConfirmations confirmations;
         const ShowButton wanted = button(Bus::me4, 3, 10, 501);
-        confirmations.written(wanted, frame.serial());
+        confirmations.written(wanted, 35, frame.serial(), std::nullopt, 0);
 
         frame.report(Bus::me4, 3, 10, 77);
         confirmations.review(frame.lookup());
-        QVERIFY(!confirmations.writes()[0].confirmed);
+        QVERIFY(!confirmations.writes()[0].isConfirmed());
         QVERIFY(confirmations.allAnswered());
         QCOMPARE(confirmations.writes()[0].frameSource, 77);
         QCOMPARE(confirmations.unconfirmed(), QList<ShowButton>{wanted});
@@ -111,11 +111,12 @@ private Q_SLOTS:
         confirmations.review(frame.lookup());
         QVERIFY(confirmations.allConfirmed());
 
-        // And a still later one taking it back withdraws the confirmation.
+        // A still later record is the frame's news, or an earlier report overtaken on the
+        // way: the frame did take the write.
         frame.report(Bus::me4, 3, 10, 0);
-        confirmations.review(frame.lookup());
-        QVERIFY(!confirmations.allConfirmed());
-        QCOMPARE(confirmations.writes()[0].frameSource, 0);
+        QVERIFY(!confirmations.review(frame.lookup()));
+        QVERIFY(confirmations.allConfirmed());
+        QCOMPARE(confirmations.writes()[0].frameSource, 501);
     }
 
     void writtenAgainOnlyLaterAnswersCount()
@@ -123,15 +124,17 @@ private Q_SLOTS:
         FrameAnswers frame;
         WriteConfirmations confirmations;
         const ShowButton wanted = button(Bus::me2, 1, 5, 0);
-        confirmations.written(wanted, frame.serial());
+        confirmations.written(wanted, 35, frame.serial(), std::nullopt, 0);
         frame.report(Bus::me2, 1, 5, 3);
         confirmations.review(frame.lookup());
         QCOMPARE(confirmations.writes()[0].frameSource, 3);
 
-        confirmations.written(wanted, frame.serial());
+        confirmations.resent(0, frame.serial(), 500);
         confirmations.review(frame.lookup());
         QCOMPARE(confirmations.writes().size(), 1);
         QCOMPARE(confirmations.writes()[0].sends, 2);
+        QCOMPARE(confirmations.writes()[0].firstSentAt, 0);
+        QCOMPARE(confirmations.writes()[0].lastSentAt, 500);
         QCOMPARE(confirmations.writes()[0].frameSource, std::nullopt);
         QVERIFY(!confirmations.allAnswered());
 
@@ -140,11 +143,64 @@ private Q_SLOTS:
         QVERIFY(confirmations.allConfirmed());
     }
 
+    void aNewWriteToAButtonReplacesItsOldOne()
+    {
+        FrameAnswers frame;
+        WriteConfirmations confirmations;
+        confirmations.written(button(Bus::pgm, 2, 10, 115), 35, frame.serial(), std::nullopt, 0);
+        frame.report(Bus::pgm, 2, 10, 56);
+        confirmations.review(frame.lookup());
+        confirmations.settle(0, WriteOutcome::refused);
+        QCOMPARE(confirmations.count(WriteOutcome::refused), 1);
+
+        confirmations.written(button(Bus::pgm, 2, 10, 115), 35, frame.serial(), ReplacedSource{56},
+                              900);
+        QCOMPARE(confirmations.writes().size(), 1);
+        const TrackedWrite& write = confirmations.writes()[0];
+        QCOMPARE(write.outcome, WriteOutcome::pending);
+        QCOMPARE(write.sends, 1);
+        QCOMPARE(write.frameSource, std::nullopt);
+        QCOMPARE(write.replaced, ReplacedSource{56});
+        QCOMPARE(write.firstSentAt, 900);
+        // The same button at another panel width is another button.
+        confirmations.written(button(Bus::pgm, 2, 10, 115), 20, frame.serial(), std::nullopt, 0);
+        QCOMPARE(confirmations.writes().size(), 2);
+        QVERIFY(confirmations.find(Bus::pgm, 2, 10, 20) != nullptr);
+        QVERIFY(confirmations.find(Bus::pgm, 2, 11, 20) == nullptr);
+    }
+
+    void theMarksOfWritesGivenUpOnCanBeForgotten()
+    {
+        FrameAnswers frame;
+        WriteConfirmations confirmations;
+        for (int number = 1; number <= 4; ++number)
+            confirmations.written(button(Bus::me1, 1, number, 9), 35, frame.serial(), {}, 0);
+        frame.report(Bus::me1, 1, 1, 9);
+        confirmations.review(frame.lookup());
+        confirmations.settle(1, WriteOutcome::refused);
+        confirmations.settle(2, WriteOutcome::notConfirmed);
+        confirmations.forgetGivenUp();
+        QCOMPARE(confirmations.writes().size(), 2);
+        QCOMPARE(confirmations.writes()[0].outcome, WriteOutcome::confirmed);
+        QCOMPARE(confirmations.writes()[1].outcome, WriteOutcome::pending);
+    }
+
+    void aWriteGivenUpOnIsNamedWithWhatTheFrameSaid()
+    {
+        const TrackedWrite refused{.wanted = button(Bus::pgm, 3, 15, 47), .frameSource = 79};
+        QCOMPARE(refusedWriteText(refused), u"PGM S3B15 (asked 47, frame kept 79)"_s);
+        const TrackedWrite silent{.wanted = button(Bus::pgm, 2, 10, 115)};
+        QCOMPARE(unconfirmedWriteText(silent, 56),
+                 u"PGM S2B10 (asked 115, frame last reported 56)"_s);
+        QCOMPARE(unconfirmedWriteText(silent, std::nullopt),
+                 u"PGM S2B10 (asked 115, no report from the frame)"_s);
+    }
+
     void otherButtonsDoNotCount()
     {
         FrameAnswers frame;
         WriteConfirmations confirmations;
-        confirmations.written(button(Bus::pgm, 2, 2, 8), frame.serial());
+        confirmations.written(button(Bus::pgm, 2, 2, 8), 35, frame.serial(), std::nullopt, 0);
         frame.report(Bus::pgm, 2, 3, 8);
         frame.report(Bus::me1, 2, 2, 8);
         confirmations.review(frame.lookup());
@@ -156,7 +212,7 @@ private Q_SLOTS:
     {
         FrameAnswers frame;
         WriteConfirmations confirmations;
-        confirmations.written(button(Bus::pgm, 1, 1, 0), frame.serial());
+        confirmations.written(button(Bus::pgm, 1, 1, 0), 35, frame.serial(), std::nullopt, 0);
         frame.report(Bus::pgm, 1, 1, 0xFFFFFFFF);
         confirmations.review(frame.lookup());
         QVERIFY(!confirmations.allConfirmed());
