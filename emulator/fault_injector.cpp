@@ -10,6 +10,7 @@ constexpr quint32 garbageSeedOffset = 0x9e3779b9;
 constexpr quint32 dropSentSeedOffset = 0x85ebca6b;
 constexpr quint32 reorderSeedOffset = 0xc2b2ae35;
 constexpr quint32 corruptSeedOffset = 0x27d4eb2f;
+constexpr quint32 ignoreWriteSeedOffset = 0x165667b1;
 } // namespace
 
 FaultInjector::FaultInjector(const FaultOptions& options)
@@ -17,11 +18,13 @@ FaultInjector::FaultInjector(const FaultOptions& options)
     , m_dropSentFraction(options.dropSentFraction)
     , m_reorderWindowMs(options.reorderWindowMs)
     , m_corruptSourceFraction(options.corruptSourceFraction)
+    , m_ignoredWriteFraction(options.ignoredWriteFraction)
     , m_dropRandom(options.seed)
     , m_dropSentRandom(options.seed ^ dropSentSeedOffset)
     , m_reorderRandom(options.seed ^ reorderSeedOffset)
     , m_garbageRandom(options.seed ^ garbageSeedOffset)
     , m_corruptRandom(options.seed ^ corruptSeedOffset)
+    , m_ignoreWriteRandom(options.seed ^ ignoreWriteSeedOffset)
 {
 }
 
@@ -39,6 +42,12 @@ bool FaultInjector::dropsNext()
 bool FaultInjector::dropsNextSent()
 {
     return m_dropSentFraction > 0 && m_dropSentRandom.generateDouble() < m_dropSentFraction;
+}
+
+bool FaultInjector::ignoresNextWrite()
+{
+    return m_ignoredWriteFraction > 0 &&
+           m_ignoreWriteRandom.generateDouble() < m_ignoredWriteFraction;
 }
 
 int FaultInjector::reorderDelayMs()

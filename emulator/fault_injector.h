@@ -35,6 +35,9 @@ struct FaultOptions {
     // Buttons that do not take a write: it is acknowledged, the table keeps its source, and
     // the frame reports that source back.
     QList<PanelButton> refusedWrites;
+    // Of the write requests that arrive, 0 to 1: acknowledged and counted as received like any
+    // message, then neither applied nor reported back, as by a frame that lost it inside.
+    double ignoredWriteFraction = 0.0;
     // The frame goes away for good when the n-th button subscription arrives (not answered).
     std::optional<int> stopAtButtonSubscription;
     // The frame goes away when the n-th button subscription arrives and comes back
@@ -55,9 +58,9 @@ struct FaultOptions {
     quint32 seed = 1;
 };
 
-// The random side of the faults: which datagrams are lost, how late each leaves and what
-// garbage looks like. Each draws from its own generator, so enabling one does not change the
-// others.
+// The random side of the faults: which datagrams are lost, how late each leaves, which writes
+// are ignored and what garbage looks like. Each draws from its own generator, so enabling one
+// does not change the others.
 class FaultInjector {
 public:
     explicit FaultInjector(const FaultOptions& options);
@@ -71,6 +74,8 @@ public:
     bool dropsNext();
     // One decision per datagram sent.
     bool dropsNextSent();
+    // One decision per write request received.
+    bool ignoresNextWrite();
     // The extra wait of the next datagram sent, 0 to the reorder window.
     int reorderDelayMs();
     // `source`, or for a corrupted record one beyond 16 bits that is not a reserved value.
@@ -84,11 +89,13 @@ private:
     double m_dropSentFraction;
     int m_reorderWindowMs;
     double m_corruptSourceFraction;
+    double m_ignoredWriteFraction;
     QRandomGenerator m_dropRandom;
     QRandomGenerator m_dropSentRandom;
     QRandomGenerator m_reorderRandom;
     QRandomGenerator m_garbageRandom;
     QRandomGenerator m_corruptRandom;
+    QRandomGenerator m_ignoreWriteRandom;
 };
 
 } // namespace quorvane::emulator

@@ -548,6 +548,14 @@ void FrameEmulator::goAway(const QString& at, bool comesBack)
 
 void FrameEmulator::applyWrite(const WriteRequest& write)
 {
+    if (m_faults.ignoresNextWrite()) {
+        // Acknowledged already; the table keeps its source and the frame says nothing more.
+        Q_EMIT activity(QString::asprintf("Write ignored: parameter %u bus 0x%02x > source %u "
+                                          "neither applied nor reported",
+                                          unsigned{write.parameter}, unsigned{write.busCode},
+                                          unsigned{write.source}));
+        return;
+    }
     if (m_refusedWrites.contains(frameButtonKey(write.busCode, write.parameter))) {
         // The button keeps its source, and the frame says so.
         const quint32 kept = m_show.buttons.source(write.busCode, write.parameter);

@@ -147,7 +147,7 @@ public:
     QList<ReceivedDatagram> writesFor(Bus bus, int buttonCount, int shift, int button) const;
     const QList<SentDatagram>& sent() const { return m_sent; }
     QList<SentDatagram> sentFrom(quint16 localPort) const;
-    // The writes that were applied, in order (dropped and refused ones are not).
+    // The writes that were applied, in order (dropped, refused and ignored ones are not).
     const QList<WriteRequest>& writeRequests() const { return m_writes; }
     // Datagrams the frame meant to send and lost on purpose.
     int sentDropped() const { return m_sentDropped; }

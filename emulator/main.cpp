@@ -140,6 +140,10 @@ int main(int argc, char* argv[])
          u"n"_s},
         {u"refuse-write"_s, u"Acknowledge but do not apply writes to this button (repeatable)."_s,
          u"BUS:COUNT:SHIFT:BUTTON"_s},
+        {u"ignore-writes"_s,
+         u"Acknowledge this fraction (0-1) of the write requests but neither apply them nor "
+         u"report the button back."_s,
+         u"fraction"_s, u"0"_s},
         {u"stop-at-subscription"_s, u"Go away for good at the n-th button subscription."_s, u"n"_s},
         {u"restart-at-subscription"_s,
          u"Go away at the n-th button subscription and come back --restart-down ms later."_s,
@@ -168,8 +172,10 @@ int main(int argc, char* argv[])
         {u"silent-handshake"_s, u"Never answer anything on port 5000."_s},
         {u"garbage-every"_s, u"Send a datagram of random bytes to the client this often."_s,
          u"ms"_s, u"0"_s},
-        {u"seed"_s, u"Seed of the random faults (drops, reordering, garbage, corrupted sources)."_s, u"number"_s,
-         u"1"_s},
+        {u"seed"_s,
+         u"Seed of the random faults (drops, reordering, garbage, corrupted sources, "
+         u"ignored writes)."_s,
+         u"number"_s, u"1"_s},
         {u"verbose"_s, u"Also print every datagram received and sent."_s},
     });
     parser.process(app);
@@ -202,6 +208,7 @@ int main(int argc, char* argv[])
     if (parser.isSet(u"silent-asks"_s))
         faults.silentAsks = numberOption<int>(parser, u"silent-asks"_s, 0, 1'000'000);
     faults.refusedWrites = panelButtons(parser, u"refuse-write"_s);
+    faults.ignoredWriteFraction = numberOption<double>(parser, u"ignore-writes"_s, 0.0, 1.0);
     if (parser.isSet(u"stop-at-subscription"_s)) {
         faults.stopAtButtonSubscription =
             numberOption<int>(parser, u"stop-at-subscription"_s, 1, 1'000'000);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "exit_code.h"
+#include "link/connect_attempts.h"
 #include "link/link_timing.h"
 #include "model/bus.h"
 #include "sheet_options.h"
@@ -28,7 +29,8 @@ struct CliOptions {
     QList<Bus> buses; // as named with --bus, in display order; empty when not given
     std::chrono::milliseconds timeout{30'000};
     int retries = 3;         // rounds of asking again for buttons, and of writing again
-    int connectAttempts = 2; // after a handshake time-out or a failed heartbeat check
+    // Connects in all, after a handshake time-out or a failed heartbeat check.
+    int connectAttempts = defaultConnectAttempts;
     std::optional<ShowFormat> format;
     QString file;       // diff, apply and sheet: the show file to compare with or print
     QString secondFile; // diff of two files: compared with `file`, no frame contacted

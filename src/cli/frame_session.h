@@ -1,5 +1,6 @@
 #pragma once
 
+#include "link/connect_attempts.h"
 #include "link/gv_connection.h"
 #include "link/link_timing.h"
 #include "model/bus.h"
@@ -30,7 +31,8 @@ struct SessionTarget {
 // How long and how often a session tries before it gives up.
 struct SessionPatience {
     std::chrono::milliseconds stepLimit{30'000}; // each step: the connect, each further bus
-    int connectAttempts = 2; // after a handshake time-out or a failed heartbeat check
+    // Connects in all, after a handshake time-out or a failed heartbeat check.
+    int connectAttempts = defaultConnectAttempts;
     int answerRetries = 3;   // rounds of asking again for buttons that did not answer
 };
 

@@ -18,15 +18,22 @@ ConnectAction connectButtonAction(bool isConnected, ConnectionState state);
 // repeats that text ("Disconnected" twice says nothing more).
 QString statusLineMessage(ConnectionState state, const QString& statusMessage);
 
+<<<<<<< HEAD
 // What the status line says beside the state's text: what is under way (a lookup, or the
 // countdown to a reconnect, which says the link was lost), else a kept failure, which replaces the
 // connection's own status (then only "Disconnected" or the failure again), else that status; the
 // writes the frame has not taken, then a notice of the last edit follow.
+=======
+// What the status line says beside the state's text: what is under way (a lookup, a further
+// attempt of a connect that failed, or the countdown to a reconnect, which says the link was
+// lost), else a kept failure, which replaces the connection's own status (then only
+// "Disconnected" or the failure again), else that status; a notice of the last edit follows.
+>>>>>>> desktop-connect
 struct StatusLineParts {
     ConnectionState state = ConnectionState::idle;
     QString statusMessage;
     QString failure;
-    QString pending; // under way instead of a link: a lookup, a countdown to a reconnect
+    QString pending; // under way instead of a link: a lookup, a retry, a reconnect's countdown
     QString editNotice;
     QString unsettledWrites; // see unsettledWritesText
 };

@@ -4,6 +4,7 @@
 #include "link/gv_connection.h"
 #include "model/button_address.h"
 #include "session/auto_reconnect.h"
+#include "session/connect_retry.h"
 #include "session/connection_panel_rules.h"
 #include "session/link_failure.h"
 #include "widgets/no_paste_line_edit.h"
@@ -26,12 +27,13 @@ namespace {
 constexpr int progressSteps = 100;
 } // namespace
 
-ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect,
+ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, ConnectRetry& retry,
                                  LinkFailure& failure, QWidget* parent)
     : QWidget(parent)
     , m_model(model)
     , m_connection(model.connection())
     , m_reconnect(reconnect)
+    , m_retry(retry)
     , m_failure(failure)
     , m_address(new NoPasteLineEdit(this))
     , m_suite(new QComboBox(this))
@@ -125,6 +127,8 @@ ConnectionPanel::ConnectionPanel(EditingModel& model, AutoReconnect& reconnect,
     QObject::connect(m_stopReconnect, &QPushButton::clicked, &m_reconnect, &AutoReconnect::stop);
     QObject::connect(&m_reconnect, &AutoReconnect::progressChanged, this,
                      &ConnectionPanel::showConnectionState);
+    QObject::connect(&m_retry, &ConnectRetry::progressChanged, this,
+                     &ConnectionPanel::showConnectionState);
     QObject::connect(&m_failure, &LinkFailure::changed, this,
                      &ConnectionPanel::showConnectionState);
     QObject::connect(&m_model, &EditingModel::editNoticeChanged, this,
@@ -184,6 +188,7 @@ void ConnectionPanel::setFrameNote(const QString& note)
 void ConnectionPanel::pressConnectButton()
 {
     m_reconnect.stop();
+    m_retry.stop();
     if (m_lookup.isLookingUp()) {
         m_lookup.cancel();
         showConnectionState();
@@ -206,7 +211,7 @@ void ConnectionPanel::pressConnectButton()
 
 void ConnectionPanel::connectTo(const QString& address, const QString& name)
 {
-    m_connection.connect(address, m_model.selectedSuite(), m_model.selectedButtonCount(), name);
+    m_retry.connect(address, m_model.selectedSuite(), m_model.selectedButtonCount(), name);
 }
 
 void ConnectionPanel::showConnectionState()
@@ -219,7 +224,9 @@ void ConnectionPanel::showConnectionState()
     const bool settingUp = state != ConnectionState::idle && state != ConnectionState::connected;
     m_progress->setVisible(settingUp);
     m_progress->setValue(int(m_connection.connectionProgress() * progressSteps));
-    const QString pending = lookingUp ? m_lookup.progressText() : m_reconnect.countdownText();
+    QString pending = lookingUp ? m_lookup.progressText() : m_retry.statusText();
+    if (pending.isEmpty())
+        pending = m_reconnect.countdownText();
     const WriteConfirmations& writes = m_connection.writes().confirmations();
     m_status->setText(statusLineText(
         {state, m_connection.statusMessage(), m_failure.text(), pending, m_model.editNotice(),

@@ -13,6 +13,7 @@ class QPushButton;
 namespace quorvane {
 
 class AutoReconnect;
+class ConnectRetry;
 class EditingModel;
 class GVConnection;
 class LinkFailure;
@@ -21,21 +22,23 @@ class NoPasteLineEdit;
 // The top of the main window: frame address, suite and button count, the connect button, the
 // options to reconnect automatically and to show the debug log, and what the connection is
 // doing or why it ended, how long until it is tried again, and what the last edit could not do.
+// A connect made here goes through `retry`, which tries again when the frame did not answer.
 class ConnectionPanel : public QWidget {
     Q_OBJECT
 
 public:
-    // The panel's choices live in `model`; the panel shows and edits them. `reconnect` and
-    // `failure` follow the same connection.
-    ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, LinkFailure& failure,
-                    QWidget* parent = nullptr);
+    // The panel's choices live in `model`; the panel shows and edits them. `reconnect`, `retry`
+    // and `failure` follow the same connection.
+    ConnectionPanel(EditingModel& model, AutoReconnect& reconnect, ConnectRetry& retry,
+                    LinkFailure& failure, QWidget* parent = nullptr);
 
     // A line under the controls that says where the frame is, e.g. the built-in demo frame.
     void setFrameNote(const QString& note);
 
     // What a press of the connect button does: connect, cancel the set-up, or disconnect. The
     // user takes over from an automatic reconnect either way. A connect first finds the
-    // frame's address (a host name is looked up; Cancel abandons the lookup).
+    // frame's address (a host name is looked up; Cancel abandons the lookup). Any press ends
+    // further attempts of a connect that failed.
     void pressConnectButton();
 
     NoPasteLineEdit* addressField() const { return m_address; }
@@ -63,6 +66,7 @@ private:
     EditingModel& m_model;
     GVConnection& m_connection;
     AutoReconnect& m_reconnect;
+    ConnectRetry& m_retry;
     LinkFailure& m_failure;
     NoPasteLineEdit* m_address;
     QComboBox* m_suite;

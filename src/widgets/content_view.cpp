@@ -2,6 +2,7 @@
 
 #include "session/auto_reconnect.h"
 #include "session/background_bus_loading.h"
+#include "session/connect_retry.h"
 #include "widgets/button_grid_widget.h"
 #include "widgets/connection_panel.h"
 #include "widgets/debug_log_panel.h"
@@ -46,6 +47,7 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     , m_connection(std::make_unique<GVConnection>(preferences, logger))
     , m_model(std::make_unique<EditingModel>(*m_connection))
     , m_reconnect(std::make_unique<AutoReconnect>(*m_connection, preferences))
+    , m_connectRetry(std::make_unique<ConnectRetry>(*m_connection))
     , m_backgroundLoading(std::make_unique<BackgroundBusLoading>(*m_connection))
     , m_linkFailure(std::make_unique<LinkFailure>(*m_connection))
 {
@@ -53,7 +55,7 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
     if (!m_connection->savedHost().isEmpty())
         m_model->setIpAddress(m_connection->savedHost());
 
-    m_panel = new ConnectionPanel(*m_model, *m_reconnect, *m_linkFailure, this);
+    m_panel = new ConnectionPanel(*m_model, *m_reconnect, *m_connectRetry, *m_linkFailure, this);
     m_busTabs = new QTabBar(this);
     for (Bus bus : allBuses)
         m_busTabs->addTab(busName(bus));
@@ -150,6 +152,8 @@ ContentView::ContentView(QSettings& preferences, DebugLogger& logger, QWidget* p
                      &ContentView::showLinkBanner);
     QObject::connect(m_connection.get(), &GVConnection::connectionStateChanged, this,
                      &ContentView::showLinkBanner);
+    QObject::connect(m_connectRetry.get(), &ConnectRetry::progressChanged, this,
+                     &ContentView::showLinkBanner);
     auto showLog = [this] { m_debugLog->setVisible(m_model->showDebugLog()); };
     QObject::connect(m_model.get(), &EditingModel::showDebugLogChanged, this, showLog);
     showBus();
@@ -176,8 +180,10 @@ void ContentView::showUndo()
 
 void ContentView::showLinkBanner()
 {
-    const bool lost =
-        m_linkFailure->hasFailure() && m_connection->connectionState() == ConnectionState::idle;
+    // Not while a further attempt is about to begin: the link is not given up yet.
+    const bool lost = m_linkFailure->hasFailure() &&
+                      m_connection->connectionState() == ConnectionState::idle &&
+                      !m_connectRetry->isActive();
     m_linkBannerText->setText(u"No link to the frame: "_s + m_linkFailure->text() +
                               u". Nothing can be read or written until it is connected again."_s);
     m_linkBanner->setVisible(lost);

@@ -15,6 +15,7 @@ class AutoReconnect;
 class BackgroundBusLoading;
 class ButtonGridWidget;
 class ClipboardDropArea;
+class ConnectRetry;
 class ConnectionPanel;
 class DebugLogPanel;
 class DebugLogger;
@@ -38,6 +39,7 @@ public:
     GVConnection& connection() const { return *m_connection; }
     EditingModel& model() const { return *m_model; }
     AutoReconnect& autoReconnect() const { return *m_reconnect; }
+    ConnectRetry& connectRetry() const { return *m_connectRetry; }
     BackgroundBusLoading& backgroundLoading() const { return *m_backgroundLoading; }
     LinkFailure& linkFailure() const { return *m_linkFailure; }
     DebugLogger& logger() const { return m_logger; }
@@ -77,6 +79,7 @@ private:
     std::unique_ptr<GVConnection> m_connection;
     std::unique_ptr<EditingModel> m_model;
     std::unique_ptr<AutoReconnect> m_reconnect;
+    std::unique_ptr<ConnectRetry> m_connectRetry;
     std::unique_ptr<BackgroundBusLoading> m_backgroundLoading;
     std::unique_ptr<LinkFailure> m_linkFailure;
     ConnectionPanel* m_panel;

@@ -15,6 +15,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QUdpSocket>
+#include <algorithm>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -776,6 +777,91 @@ private Q_SLOTS:
         MappingTable mappings;
         const ButtonDataResult reported = parseButtonData(replies[1].bytes, 20, mappings, m_logger);
         QCOMPARE(reported.answers, (QList<ButtonAnswer>{{Bus::pgm, 2, 3, before}}));
+    }
+
+    // The write arrives and is acknowledged, as any message is; then nothing: the table keeps
+    // its source and no button record follows.
+    void ignoredWritesAreAcknowledgedButNeitherAppliedNorReported()
+    {
+        FrameEmulatorOptions options;
+        options.faults.ignoredWriteFraction = 1.0;
+        QVERIFY(startFrame(options));
+        const quint32 before = m_frame->mapping(Bus::pgm, 20, 2, 3);
+        QVERIFY(before != 1042);
+        send(dynamicPort, writeRequest(0x0496, 371, 0x30, 1042)); // 20-btn PGM S2B3
+        QCOMPARE(arrivalsUntilBarrier(0x0007),
+                 (QList<Arrival>{{dynamicPort, test::bytes("00 02 04 96")},
+                                 {dynamicPort, test::bytes("00 02 00 07")}}));
+        QCOMPARE(m_frame->mapping(Bus::pgm, 20, 2, 3), before);
+        QVERIFY(m_frame->writeRequests().isEmpty());
+        QCOMPARE(m_frame->sent().size(), 2);
+        // Received as it was sent: not lost on the way.
+        const QList<ReceivedDatagram> writes =
+            m_frame->receivedOfKind(ClientMessageKind::writeRequest);
+        QCOMPARE(writes.size(), 1);
+        QVERIFY(!writes[0].dropped);
+        QCOMPARE(writes[0].message.write, (WriteRequest{371, 0x30, 1042}));
+    }
+
+    // Some writes ignored, the same ones for the same seed; the others applied and reported.
+    void ignoringSomeWritesIsSeeded()
+    {
+        constexpr int writes = 20; // to PGM S1B1 to S1B20 at 35 buttons
+        const auto parameter = [](int button) { return buttonParameter(35, 1, button); };
+        const auto source = [](int button) { return quint16(60000 + button); };
+        QList<int> firstRun;
+        for (int run = 0; run < 2; ++run) {
+            FrameEmulatorOptions options;
+            options.faults.ignoredWriteFraction = 0.5;
+            options.faults.seed = 7;
+            QVERIFY(startFrame(options));
+            QList<WriteRequest> sent;
+            QList<Arrival> expectedAcks;
+            for (int button = 1; button <= writes; ++button) {
+                const auto sequence = quint16(0x0490 + button);
+                send(dynamicPort, writeRequest(sequence, parameter(button), 0x30, source(button)));
+                sent.append({parameter(button), 0x30, source(button)});
+                expectedAcks.append({dynamicPort, test::bytes("00 02") + u16(sequence)});
+            }
+            expectedAcks.append({dynamicPort, test::bytes("00 02 00 07")});
+            QList<Arrival> acks;
+            QList<ButtonAnswer> reported;
+            for (const Arrival& arrival : arrivalsUntilBarrier(0x0007)) {
+                MappingTable mappings;
+                if (arrival.bytes.size() == 4)
+                    acks.append(arrival);
+                else
+                    reported += parseButtonData(arrival.bytes, 35, mappings, m_logger).answers;
+            }
+            // Every write acknowledged and received whole.
+            QCOMPARE(acks, expectedAcks);
+            const QList<ReceivedDatagram> received =
+                m_frame->receivedOfKind(ClientMessageKind::writeRequest);
+            QCOMPARE(received.size(), writes);
+            QVERIFY(std::ranges::none_of(received, &ReceivedDatagram::dropped));
+
+            QList<int> applied;
+            QList<ButtonAnswer> expectedReports;
+            for (const WriteRequest& write : m_frame->writeRequests()) {
+                const auto button = int(sent.indexOf(write)) + 1;
+                QVERIFY(button > 0);
+                applied.append(button);
+                expectedReports.append({Bus::pgm, 1, button, source(button)});
+            }
+            QVERIFY2(applied.size() > 3 && applied.size() < writes - 3,
+                     qPrintable(QString::number(applied.size())));
+            // The applied ones are in the table and were reported back; the others not.
+            QCOMPARE(reported, expectedReports);
+            for (int button = 1; button <= writes; ++button) {
+                QCOMPARE(m_frame->mapping(Bus::pgm, 35, 1, button) == source(button),
+                         applied.contains(button));
+            }
+            if (run == 0)
+                firstRun = applied;
+            else
+                QCOMPARE(applied, firstRun);
+            m_frame.reset();
+        }
     }
 
     void stoppingInTheMiddleOfALoad()
