@@ -18,17 +18,11 @@ ConnectAction connectButtonAction(bool isConnected, ConnectionState state);
 // repeats that text ("Disconnected" twice says nothing more).
 QString statusLineMessage(ConnectionState state, const QString& statusMessage);
 
-<<<<<<< HEAD
-// What the status line says beside the state's text: what is under way (a lookup, or the
-// countdown to a reconnect, which says the link was lost), else a kept failure, which replaces the
-// connection's own status (then only "Disconnected" or the failure again), else that status; the
-// writes the frame has not taken, then a notice of the last edit follow.
-=======
 // What the status line says beside the state's text: what is under way (a lookup, a further
 // attempt of a connect that failed, or the countdown to a reconnect, which says the link was
 // lost), else a kept failure, which replaces the connection's own status (then only
-// "Disconnected" or the failure again), else that status; a notice of the last edit follows.
->>>>>>> desktop-connect
+// "Disconnected" or the failure again), else that status; the writes the frame has not taken,
+// then a notice of the last edit follow.
 struct StatusLineParts {
     ConnectionState state = ConnectionState::idle;
     QString statusMessage;
