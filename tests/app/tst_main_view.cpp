@@ -319,19 +319,6 @@ private Q_SLOTS:
                 row.append(demo->mapping(Bus::pgm, 35, shift, button));
             return row;
         };
-        // What the window shows of the same buttons. Each step below waits until the window
-        // agrees with the frame: reports of earlier writes still on their way can show an older
-        // source for a moment, and a step taken then would take it for the present one.
-        auto shownRow = [&](int shift) {
-            QList<quint32> row;
-            for (int button = 1; button <= 4; ++button) {
-                const auto answer = desk.connection.lastAnswer(Bus::pgm, shift, button, 35);
-                const qint64 shown = desk.model.cellState(shift, button).source;
-                // Shown and last reported by the frame alike.
-                row.append(answer && answer->source == shown ? quint32(shown) : quint32(0xFFFFFFFF));
-            }
-            return row;
-        };
         const QList<quint32> row1 = frameRow(1);
         const QList<quint32> row3 = frameRow(3);
         QVERIFY(row1 != row3);
@@ -342,13 +329,11 @@ private Q_SLOTS:
         desk.click(3, 1);
         QTest::keyClick(focus, Qt::Key_V, Qt::ControlModifier);
         QTRY_COMPARE(frameRow(3), row1);
-        QTRY_COMPARE(shownRow(3), row1);
         QVERIFY(desk.view.undoButton()->isEnabled());
         QTest::mouseClick(desk.view.undoButton(), Qt::LeftButton);
         // Undo restores every button, the empty ones to empty.
         QVERIFY(row3.contains(0));
         QTRY_COMPARE(frameRow(3), row3);
-        QTRY_COMPARE(shownRow(3), row3);
         QVERIFY(!desk.view.undoButton()->isEnabled());
 
         // Redo, by its key and by its button, takes the undo back.
@@ -367,15 +352,12 @@ private Q_SLOTS:
 #endif
         QTest::keyClick(focus, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
         QTRY_COMPARE(frameRow(3), row1);
-        QTRY_COMPARE(shownRow(3), row1);
         QVERIFY(!redo->isEnabled());
         QVERIFY(desk.view.undoButton()->isEnabled());
         QTest::keyClick(focus, Qt::Key_Z, Qt::ControlModifier);
         QTRY_COMPARE(frameRow(3), row3);
-        QTRY_COMPARE(shownRow(3), row3);
         QTest::mouseClick(redo, Qt::LeftButton);
         QTRY_COMPARE(frameRow(3), row1);
-        QTRY_COMPARE(shownRow(3), row1);
         QVERIFY(!redo->isEnabled());
     }
 };
