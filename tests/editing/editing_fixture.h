@@ -61,8 +61,9 @@ public:
 // The model on a connection to the emulated frame over loopback.
 class ConnectedEditing {
 public:
-    explicit ConnectedEditing(emulator::FrameEmulatorOptions options = {})
-        : link(std::move(options))
+    explicit ConnectedEditing(emulator::FrameEmulatorOptions options = {},
+                              const LinkTiming& timing = fastTiming())
+        : link(std::move(options), timing)
         , model(*link.connection)
     {
     }
