@@ -20,6 +20,42 @@ QString unknownButtons(const FrameReading& reading, const QString& what)
            unknownButtonLines(reading.unknown).join(u'\n') +
            u"\n\nDisconnect and connect again to read them anew."_s;
 }
+
+// The buttons of `buses` at `count` whose latest write the frame has not confirmed: pending
+// still, or given up on without an answer. What they hold is not known either.
+QList<ShowButton> unconfirmedButtons(const GVConnection& connection, const QList<Bus>& buses,
+                                     int count)
+{
+    QList<ShowButton> buttons;
+    for (const TrackedWrite& write : connection.writes().confirmations().writes()) {
+        const bool open = write.isPending() || write.outcome == WriteOutcome::notConfirmed;
+        if (open && write.buttonCount == count && buses.contains(write.wanted.bus))
+            buttons.append(ShowButton{write.wanted.bus, write.wanted.shift, write.wanted.button,
+                                      0, {}});
+    }
+    return buttons;
+}
+
+// What the cells of `buses` show at the connection's button count, the empty ones left out.
+QList<ShowButton> shownButtons(const GVConnection& connection, const QList<Bus>& buses)
+{
+    const int count = connection.buttonCount();
+    QList<ShowButton> shown;
+    for (Bus bus : buses) {
+        for (int shift = 1; shift <= shiftRowCount; ++shift) {
+            for (int button = 1; button <= count; ++button) {
+                const std::optional<ButtonMapping> mapping =
+                    connection.mappingFor(bus, shift, button, count);
+                if (!mapping || mapping->source <= 0 || mapping->source > lastSourceNumber)
+                    continue;
+                shown.append(ShowButton{
+                    bus, shift, button, mapping->source,
+                    connection.displayName(int(mapping->source)).value_or(QString())});
+            }
+        }
+    }
+    return shown;
+}
 } // namespace
 
 QList<Bus> loadedBuses(const GVConnection& connection)
@@ -34,20 +70,28 @@ QList<Bus> loadedBuses(const GVConnection& connection)
 
 ShowExport exportShowFile(const GVConnection& connection)
 {
-    const FrameReading reading = readFrame(
-        connection, loadedBuses(connection), connection.buttonCount(), [&](qint64 source) {
-            return source <= lastSourceNumber ? connection.displayName(int(source)).value_or(QString())
-                                           : QString();
-        });
+    const QList<Bus> buses = loadedBuses(connection);
+    const FrameReading reading = readFrame(connection, buses, connection.buttonCount());
     if (!reading.isComplete())
         return {std::nullopt, unknownButtons(reading, u"Nothing was exported:"_s)};
+    const QList<ShowButton> unconfirmed =
+        unconfirmedButtons(connection, buses, connection.buttonCount());
+    if (!unconfirmed.isEmpty()) {
+        return {std::nullopt, u"Nothing was exported: the frame has not confirmed the latest "
+                              u"writes to these buttons, so what they hold is not known:\n\n"_s +
+                                  unknownButtonLines(unconfirmed).join(u'\n') +
+                                  u"\n\nWait for the frame to confirm them, or write them "
+                                  u"again."_s};
+    }
     ShowFile file;
     file.frameName = connection.frameName();
     file.frameVersion = connection.frameVersion();
     file.frameAddress = connection.targetHost();
     file.suite = connection.selectedSuite();
     file.buttonCount = connection.buttonCount();
-    file.buttons = reading.assigned;
+    // What the cells show: once every write is settled that is the frame's word, a refused
+    // write's button included.
+    file.buttons = shownButtons(connection, buses);
     file.sources = connection.sourceNames();
     return {file, QString()};
 }

@@ -5,6 +5,7 @@
 #include "editing/show_file_transfer.h"
 
 #include <QFile>
+#include <algorithm>
 #include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
@@ -109,6 +110,36 @@ private Q_SLOTS:
         QVERIFY(plan.writes.isEmpty());
         QCOMPARE(applyImport(plan, model), 0);
         QVERIFY(link.sentBy(emulator::ClientMessageKind::writeRequest).isEmpty());
+    }
+
+    void exportWaitsForTheFrameToConfirmWritesAndHoldsWhatTheCellsShow()
+    {
+        emulator::FrameEmulatorOptions options;
+        // The first write is lost on its way and goes again after the wait for its report.
+        options.faults.lostArrivals = {{emulator::ClientMessageKind::writeRequest, 1}};
+        LinkTiming timing = fastTiming();
+        timing.writeConfirmWait = std::chrono::milliseconds(400);
+        LinkFixture link(options, timing);
+        QVERIFY(link.startFrame());
+        EditingModel model(*link.connection);
+        QVERIFY(link.connectAndWait());
+        QVERIFY(model.writeEdit({{Bus::pgm, 3, 9}}, {4242}));
+
+        const ShowExport held = exportShowFile(*link.connection);
+        QVERIFY(!held.file);
+        QCOMPARE(held.refusal,
+                 u"Nothing was exported: the frame has not confirmed the latest writes to these "
+                 u"buttons, so what they hold is not known:\n\nPGM shift 3: button 9\n\nWait for "
+                 u"the frame to confirm them, or write them again."_s);
+
+        QTRY_VERIFY_WITH_TIMEOUT(link.connection->writes().isSettled(), 5'000);
+        const ShowExport exported = exportShowFile(*link.connection);
+        QVERIFY(exported.file);
+        const auto written = std::ranges::find_if(exported.file->buttons, [](const ShowButton& b) {
+            return b.bus == Bus::pgm && b.shift == 3 && b.button == 9;
+        });
+        QVERIFY(written != exported.file->buttons.end());
+        QCOMPARE(written->source, 4242);
     }
 
     void anImportFileIsReadByItsExtension()
