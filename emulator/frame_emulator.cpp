@@ -265,6 +265,11 @@ QList<ReceivedDatagram> FrameEmulator::writesFor(Bus bus, int buttonCount, int s
     return writes;
 }
 
+qsizetype FrameEmulator::datagramsWaiting() const
+{
+    return m_outbox ? m_outbox->waiting() : 0;
+}
+
 QList<SentDatagram> FrameEmulator::sentFrom(quint16 localPort) const
 {
     QList<SentDatagram> matching;

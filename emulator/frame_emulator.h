@@ -149,6 +149,8 @@ public:
     QList<SentDatagram> sentFrom(quint16 localPort) const;
     // The writes that were applied, in order (dropped, refused and ignored ones are not).
     const QList<WriteRequest>& writeRequests() const { return m_writes; }
+    // Datagrams posted and not yet gone out, held back by a delay or a reorder window.
+    qsizetype datagramsWaiting() const;
     // Datagrams the frame meant to send and lost on purpose.
     int sentDropped() const { return m_sentDropped; }
     void clearRecords();

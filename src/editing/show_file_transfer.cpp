@@ -30,8 +30,8 @@ QList<ShowButton> unconfirmedButtons(const GVConnection& connection, const QList
     for (const TrackedWrite& write : connection.writes().confirmations().writes()) {
         const bool open = write.isPending() || write.outcome == WriteOutcome::notConfirmed;
         if (open && write.buttonCount == count && buses.contains(write.wanted.bus))
-            buttons.append(ShowButton{write.wanted.bus, write.wanted.shift, write.wanted.button,
-                                      0, {}});
+            buttons.append(
+                ShowButton{write.wanted.bus, write.wanted.shift, write.wanted.button, 0, {}});
     }
     return buttons;
 }
@@ -48,9 +48,9 @@ QList<ShowButton> shownButtons(const GVConnection& connection, const QList<Bus>&
                     connection.mappingFor(bus, shift, button, count);
                 if (!mapping || mapping->source <= 0 || mapping->source > lastSourceNumber)
                     continue;
-                shown.append(ShowButton{
-                    bus, shift, button, mapping->source,
-                    connection.displayName(int(mapping->source)).value_or(QString())});
+                shown.append(
+                    ShowButton{bus, shift, button, mapping->source,
+                               connection.displayName(int(mapping->source)).value_or(QString())});
             }
         }
     }

@@ -36,7 +36,11 @@ GVConnection::GVConnection(QSettings& preferences, DebugLogger& logger, QObject*
                            [this](const TrackedWrite& write) {
                                sendWrite(write.wanted, write.buttonCount, write.replaced);
                            },
-                           [this](const TrackedWrite& write) { showFrameSource(write); }},
+                           [this](const TrackedWrite& write) { showFrameSource(write); },
+            [this](const TrackedWrite& write) {
+                sendButtonSubscription(write.wanted.bus, write.buttonCount,
+                                       {write.wanted.shift, write.wanted.button});
+            }},
         m_timing, m_logger, this);
     QObject::connect(m_writes, &WriteTracker::writeRefused, this,
                      [this](const TrackedWrite&, const QString& text) { setStatusMessage(text); });

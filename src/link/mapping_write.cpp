@@ -88,11 +88,13 @@ void GVConnection::showFrameSource(const TrackedWrite& write)
 void GVConnection::holdPendingWrites(const QList<ButtonAnswer>& answers)
 {
     // An answer that does not confirm a pending write is the report of an earlier write, or
-    // one the resend will correct: until the write is settled the button shows what was asked.
+    // one the resend will correct; one that contradicts a write just confirmed may be a report
+    // overtaken on the way, which the frame is asked about again once such reports are gone.
+    // Meanwhile the button shows what was asked.
     for (const ButtonAnswer& answer : answers) {
         const TrackedWrite* write =
             m_writes->find(answer.bus, answer.shift, answer.button, m_buttonCount);
-        if (write && write->isPending())
+        if (write && m_writes->holdsButton(*write) && qint64{answer.source} != write->wanted.source)
             showSource(answer.bus, answer.shift, answer.button, m_buttonCount,
                        write->wanted.source);
     }

@@ -3,6 +3,7 @@
 #include "model/button_address.h"
 
 #include <algorithm>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -32,21 +33,48 @@ void WriteConfirmations::resent(qsizetype index, quint64 answerSerial, qint64 no
     ++write.sends;
 }
 
-bool WriteConfirmations::review(const AnswerLookup& lastAnswer)
+bool WriteConfirmations::review(const AnswerLookup& lastAnswer, qint64 now, qint64 doubtWindow)
 {
     bool changed = false;
     for (TrackedWrite& write : m_writes) {
-        if (write.isConfirmed())
-            continue;
         const std::optional<ButtonAnswerStamp> answer = lastAnswer(write);
+        if (write.isConfirmed()) {
+            if (answer && answer->serial > write.confirmedBy &&
+                now - write.confirmedAt < doubtWindow &&
+                qint64{answer->source} != write.wanted.source) {
+                write.doubted = true;
+            }
+            continue;
+        }
         if (!answer || answer->serial <= write.sentAfter || write.frameSource == answer->source)
             continue;
         write.frameSource = qint64{answer->source};
-        if (write.frameSource == write.wanted.source)
+        if (write.frameSource == write.wanted.source) {
             write.outcome = WriteOutcome::confirmed;
+            write.checking = false;
+            write.confirmedBy = answer->serial;
+            write.confirmedAt = now;
+        }
         changed = true;
     }
     return changed;
+}
+
+void WriteConfirmations::recheck(qsizetype index, quint64 answerSerial, qint64 now)
+{
+    resent(index, answerSerial, now);
+    TrackedWrite& write = m_writes[index];
+    write.doubted = false;
+    write.checking = true;
+    write.sends = 1;
+}
+
+void WriteConfirmations::acceptFrameWord(qsizetype index)
+{
+    TrackedWrite& write = m_writes[index];
+    write.outcome = WriteOutcome::confirmed;
+    write.checking = false;
+    write.confirmedBy = std::numeric_limits<quint64>::max();
 }
 
 void WriteConfirmations::settle(qsizetype index, WriteOutcome outcome)

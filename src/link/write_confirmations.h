@@ -41,6 +41,13 @@ struct TrackedWrite {
     std::optional<ReplacedSource> replaced = std::nullopt;
     qint64 firstSentAt = 0; // on the clock of whoever keeps the writes, in milliseconds
     qint64 lastSentAt = 0;
+    // Once confirmed: the answer that did it, when it came, and whether another source was
+    // reported since (an earlier write's report overtaken on the way, or the frame's news).
+    quint64 confirmedBy = 0;
+    qint64 confirmedAt = 0;
+    bool doubted = false;
+    // Pending again, not to be sent but to hear what the frame holds now: asked about a doubt.
+    bool checking = false;
 
     bool isConfirmed() const { return outcome == WriteOutcome::confirmed; }
     bool isPending() const { return outcome == WriteOutcome::pending; }
@@ -67,10 +74,16 @@ public:
     // The same write sent again: what the frame said about the earlier send no longer counts.
     void resent(qsizetype index, quint64 answerSerial, qint64 now);
 
-    // Looks at the frame's answers again. A write the frame has confirmed stays confirmed:
-    // a later record of the button is the frame's news, or an earlier report overtaken on
-    // the way, never a refusal. Whether any write changed.
-    bool review(const AnswerLookup& lastAnswer);
+    // Looks at the frame's answers again, at `now`. A write the frame has confirmed stays
+    // confirmed: a later record of the button with another source is the frame's news, or an
+    // earlier report overtaken on the way, never a refusal; within `doubtWindow` of the
+    // confirmation it leaves the write doubted. Whether any write changed.
+    bool review(const AnswerLookup& lastAnswer, qint64 now = 0, qint64 doubtWindow = 0);
+    // A doubted write goes back to pending while the frame is asked what the button holds
+    // (`resent` counts each further ask); whatever it answers then is its word.
+    void recheck(qsizetype index, quint64 answerSerial, qint64 now);
+    // The frame's answer to a recheck differs: it is the frame's news, and final.
+    void acceptFrameWord(qsizetype index);
 
     // The verdict on a write that has been given up on.
     void settle(qsizetype index, WriteOutcome outcome);

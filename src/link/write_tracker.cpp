@@ -43,8 +43,18 @@ void WriteTracker::written(const ShowButton& wanted, int buttonCount,
 
 void WriteTracker::answersArrived()
 {
-    if (m_writes.review(m_link.lastAnswer))
+    if (m_writes.review(m_link.lastAnswer, now(), m_timing.writeConfirmWait.count()))
         Q_EMIT changed();
+}
+
+bool WriteTracker::isSettling(const TrackedWrite& write) const
+{
+    return write.isConfirmed() && now() - write.confirmedAt < m_timing.writeConfirmWait.count();
+}
+
+bool WriteTracker::holdsButton(const TrackedWrite& write) const
+{
+    return write.isPending() || isSettling(write);
 }
 
 void WriteTracker::clear()
@@ -73,18 +83,40 @@ void WriteTracker::follow()
         m_follow.stop();
         return;
     }
-    bool marksChanged = m_writes.review(m_link.lastAnswer);
+    bool marksChanged =
+        m_writes.review(m_link.lastAnswer, now(), m_timing.writeConfirmWait.count());
     const qint64 wait = m_timing.writeConfirmWait.count();
     int resends = 0;
     for (qsizetype i = 0; i < m_writes.writes().size(); ++i) {
         const TrackedWrite& write = m_writes.writes()[i];
+        if (write.doubted && !isSettling(write)) {
+            // Reports of earlier writes have had their time: what the frame answers now is
+            // its word.
+            m_writes.recheck(i, m_link.answerSerial(), now());
+            m_link.askAgain(write);
+            continue;
+        }
         if (!write.isPending())
             continue;
+        const bool disputed = disagrees(write);
+        const bool due = now() - write.lastSentAt >= wait;
+        if (write.checking) {
+            if (disputed) {
+                m_writes.acceptFrameWord(i);
+                m_link.showFrameSource(write);
+                marksChanged = true;
+            } else if (due && write.sends < m_tries) {
+                m_writes.resent(i, m_link.answerSerial(), now());
+                m_link.askAgain(write);
+            } else if (due) {
+                giveUp(i);
+                marksChanged = true;
+            }
+            continue;
+        }
         // Another source in the answer to a first send may be the report of an earlier write
         // overtaken on the way: a second send at once settles it. Another source in the
         // answer to a later send is the frame's own, once the wait is over.
-        const bool disputed = disagrees(write);
-        const bool due = now() - write.lastSentAt >= wait;
         const bool sendNow =
             disputed ? write.sends == 1 && m_tries > 1 : due && write.sends < m_tries;
         if (sendNow) {
@@ -95,7 +127,10 @@ void WriteTracker::follow()
             marksChanged = true;
         }
     }
-    if (isSettled())
+    const bool settling = std::ranges::any_of(m_writes.writes(), [this](const TrackedWrite& write) {
+        return write.doubted || isSettling(write);
+    });
+    if (isSettled() && !settling)
         m_follow.stop();
     const auto shown = std::ranges::count_if(
         m_writes.writes(), [this](const TrackedWrite& write) { return showsPending(write); });

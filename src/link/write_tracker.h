@@ -31,6 +31,8 @@ public:
         std::function<void(const TrackedWrite&)> send;
         // A refused write: the button shows the frame's word again.
         std::function<void(const TrackedWrite&)> showFrameSource;
+        // Asks the frame what the button of the write holds now.
+        std::function<void(const TrackedWrite&)> askAgain;
     };
 
     // A write confirmed within this is never shown as pending: on a sound network the mark
@@ -61,6 +63,9 @@ public:
     bool showsPending(const TrackedWrite& write) const;
     // No write is waiting for its confirmation.
     bool isSettled() const { return m_writes.count(WriteOutcome::pending) == 0; }
+    // The button shows what was asked whatever the frame reports: the write is pending, or was
+    // confirmed so lately that reports of earlier writes may still be on their way.
+    bool holdsButton(const TrackedWrite& write) const;
 
 Q_SIGNALS:
     // A write was confirmed, given up on, or has been pending long enough to be shown so.
@@ -73,6 +78,7 @@ private:
     void follow();
     void sendAgain(qsizetype index);
     void giveUp(qsizetype index);
+    bool isSettling(const TrackedWrite& write) const;
     qint64 now() const { return m_clock.elapsed(); }
 
     Link m_link;
