@@ -41,13 +41,6 @@ public:
     }
 };
 
-// Destroyed after the window: gives what its link left waiting (a pause, a wait for a datagram)
-// the event loop's turns to see the link closed and end, rather than stay behind, unfinished, when
-// the test program exits. The longest such pause lasts 200 ms.
-struct SuspendedWorkEnds {
-    ~SuspendedWorkEnds() { QTest::qWait(250); }
-};
-
 // The program's main window with the emulated frame as its frame.
 struct Desk {
     explicit Desk(emulator::FrameEmulatorOptions options = {})
@@ -108,7 +101,6 @@ struct Desk {
     }
 
     std::chrono::milliseconds clickTime{0};
-    SuspendedWorkEnds suspendedWorkEnds;
     emulator::FrameEmulator frame;
     QTemporaryDir settingsDir;
     QSettings preferences;
