@@ -73,7 +73,7 @@ struct Desk {
     bool connectAndWait()
     {
         QTest::mouseClick(view.connectionPanel()->connectButton(), Qt::LeftButton);
-        return QTest::qWaitFor(
+        return waitUntil(
             [&] { return connection.connectionState() == ConnectionState::connected; },
             connectTimeoutMs);
     }

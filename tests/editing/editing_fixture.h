@@ -84,7 +84,7 @@ public:
         if (!link.startFrame())
             return false;
         link.connection->connect(QStringLiteral("127.0.0.1"), 1, buttonCount);
-        return QTest::qWaitFor(
+        return waitUntil(
             [this] { return link.connection->connectionState() == ConnectionState::connected; },
             10'000);
     }

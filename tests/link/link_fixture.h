@@ -56,7 +56,7 @@ public:
     bool connectAndWait(int suite = 1, int buttonCount = 35)
     {
         connection->connect(QStringLiteral("127.0.0.1"), suite, buttonCount);
-        return QTest::qWaitFor(
+        return waitUntil(
             [this] { return connection->connectionState() == ConnectionState::connected; },
             connectTimeoutMs);
     }

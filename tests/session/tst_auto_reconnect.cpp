@@ -42,7 +42,7 @@ struct Reconnecting {
     bool connect(int suite = 1, int buttonCount = 35)
     {
         link.connection->connect(u"127.0.0.1"_s, suite, buttonCount);
-        return QTest::qWaitFor(
+        return waitUntil(
             [this] { return link.connection->connectionState() == ConnectionState::connected; },
             waitMs);
     }
