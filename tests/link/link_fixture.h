@@ -3,6 +3,7 @@
 // A connection and an emulated frame on loopback, with a private log and private settings.
 
 #include "fast_timing.h"
+#include "frame_barrier.h"
 #include "frame_emulator.h"
 #include "link/gv_connection.h"
 #include "link/wire_messages.h"
