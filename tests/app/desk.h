@@ -19,8 +19,10 @@
 #include <QMimeData>
 #include <QPushButton>
 #include <QSettings>
+#include <QTabBar>
 #include <QTemporaryDir>
 #include <QTest>
+#include <algorithm>
 
 namespace quorvane::test {
 
@@ -40,6 +42,12 @@ public:
         return false;
     }
 };
+
+// Where the tab of `bus` stands in the bus tabs.
+inline int tabIndex(Bus bus)
+{
+    return int(std::find(allBuses.begin(), allBuses.end(), bus) - allBuses.begin());
+}
 
 // The program's main window with the emulated frame as its frame.
 struct Desk {
@@ -87,6 +95,14 @@ struct Desk {
     // Lets as much time pass on the click clock as keeps the next click from pairing with the
     // last into a double click.
     void pauseAfterClick() { clickTime += ClickClassifier::doubleClickInterval; }
+
+    // Picks `bus` as a user does, with a click on its tab.
+    void clickTab(Bus bus)
+    {
+        QTabBar& tabs = *view.busTabs();
+        QTest::mouseClick(&tabs, Qt::LeftButton, Qt::NoModifier,
+                          tabs.tabRect(tabIndex(bus)).center());
+    }
 
     void dropOn(QWidget& target, QPoint at, const MultiButtonDragData& payload)
     {

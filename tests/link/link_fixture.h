@@ -27,6 +27,16 @@ struct StateStep {
     friend bool operator==(const StateStep&, const StateStep&) = default;
 };
 
+// A frame that leaves `buttons` unanswered the first `asks` times each is asked for, or always
+// when `asks` is negative.
+inline emulator::FrameEmulatorOptions silentFrame(QList<emulator::PanelButton> buttons, int asks)
+{
+    emulator::FrameEmulatorOptions options;
+    options.faults.silentButtons = std::move(buttons);
+    options.faults.silentAsks = asks;
+    return options;
+}
+
 class LinkFixture {
 public:
     explicit LinkFixture(emulator::FrameEmulatorOptions options = {},
