@@ -38,7 +38,7 @@ private Q_SLOTS:
         QVERIFY(clock.elapsed() >= 50);
     }
 
-    void aZeroPauseYieldsToTheEventLoopOnce()
+    void aZeroPauseYieldsToTheEventLoop()
     {
         QObject owner;
         auto over = std::make_shared<bool>(false);
