@@ -208,7 +208,7 @@ GVConnection::awaitAnswers(Bus bus, int count, const QElapsedTimer& since,
     wait.missing = unansweredButtons(bus, count).size();
     for (;;) {
         // Decoding is queued behind the datagrams; let it land before counting.
-        co_await pause(std::chrono::microseconds::zero());
+        co_await pause(this, std::chrono::microseconds::zero());
         if (!self || load->stopped())
             co_return wait;
         const qsizetype missing = unansweredButtons(bus, count).size();

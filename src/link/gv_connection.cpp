@@ -107,7 +107,7 @@ QCoro::Task<> GVConnection::runConnection(QString savedAs, Token token)
 {
     QPointer<GVConnection> self(this);
     // The task starts on the next turn of the event loop: connect returns in `connecting`.
-    co_await pause(std::chrono::microseconds::zero());
+    co_await pause(this, std::chrono::microseconds::zero());
     if (!self || token->cancelled)
         co_return;
     co_await performHandshake(token);

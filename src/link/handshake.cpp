@@ -283,7 +283,7 @@ QCoro::Task<bool> GVConnection::sendRegistration(const QByteArray& command,
     QPointer<GVConnection> self(this);
     const QPointer<UdpEndpoint> mainSocket = m_mainSocket;
     sendTo(mainSocket, command, m_dynamicPort);
-    co_await pause(m_timing.registrationPause);
+    co_await pause(this, m_timing.registrationPause);
     if (!self || token->cancelled)
         co_return false;
     // The reply's content is not checked; a missing one is no error either, but the command

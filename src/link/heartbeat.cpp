@@ -69,7 +69,7 @@ QCoro::Task<bool> GVConnection::verifyHeartbeat(Token token)
             m_logger.info(u"Heartbeat verification complete!"_s);
             co_return true;
         }
-        co_await pause(m_timing.heartbeatPause);
+        co_await pause(this, m_timing.heartbeatPause);
         if (!self)
             co_return false;
         if (exchange == mostExchanges) {

@@ -99,12 +99,12 @@ QCoro::Task<> GVConnection::subscribeToSourceNames(Token token)
             co_return;
         if (reply && handleSourceNamesResponse(reply->bytes, false, heardSoFar))
             sinceNames.restart();
-        co_await pause(m_timing.namesPassPause);
+        co_await pause(this, m_timing.namesPassPause);
         if (!self || token->cancelled)
             co_return;
     }
     // The merges queued above run first, so that the summary counts every name.
-    co_await pause(std::chrono::microseconds::zero());
+    co_await pause(this, std::chrono::microseconds::zero());
     if (!self || token->cancelled)
         co_return;
     logSourceNamesSummary();

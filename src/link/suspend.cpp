@@ -3,7 +3,6 @@
 #include "udp_endpoint.h"
 
 #include <QCoroSignal>
-#include <QCoroTimer>
 #include <QPointer>
 #include <QTimer>
 
@@ -46,13 +45,18 @@ QCoro::Task<> waitForDatagram(QList<UdpEndpoint*> sockets, std::chrono::millisec
     co_await qCoro(&wakeUp, &WakeUp::ring);
 }
 
-QCoro::Task<> pause(std::chrono::microseconds duration)
+QCoro::Task<> pause(const QObject* owner, std::chrono::microseconds duration)
 {
+    if (!owner)
+        co_return;
+    WakeUp wakeUp;
     QTimer timer;
     timer.setSingleShot(true);
     timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&timer, &QTimer::timeout, &wakeUp, &WakeUp::ring);
+    QObject::connect(owner, &QObject::destroyed, &wakeUp, &WakeUp::ring);
     timer.start(std::chrono::duration_cast<std::chrono::milliseconds>(duration));
-    co_await timer;
+    co_await qCoro(&wakeUp, &WakeUp::ring);
 }
 
 } // namespace quorvane

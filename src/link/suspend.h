@@ -2,6 +2,7 @@
 
 #include <QCoroTask>
 #include <QList>
+#include <QObject>
 #include <chrono>
 
 namespace quorvane {
@@ -16,7 +17,9 @@ QCoro::Task<> waitForDatagram(UdpEndpoint* socket, std::chrono::milliseconds tim
 // The same for several sockets: resumes when the first of them has something to read.
 QCoro::Task<> waitForDatagram(QList<UdpEndpoint*> sockets, std::chrono::milliseconds timeout);
 
-// Suspends for `duration` on a precise timer; a zero duration yields to the event loop once.
-QCoro::Task<> pause(std::chrono::microseconds duration);
+// Suspends for `duration` on a precise timer, or until `owner` is destroyed, whichever comes
+// first; a zero duration yields to the event loop once. A coroutine whose owner goes away so
+// resumes on the next turn, sees it gone and ends, instead of outliving it on the timer.
+QCoro::Task<> pause(const QObject* owner, std::chrono::microseconds duration);
 
 } // namespace quorvane

@@ -19,8 +19,10 @@
 #include <QMimeData>
 #include <QPushButton>
 #include <QSettings>
+#include <QTabBar>
 #include <QTemporaryDir>
 #include <QTest>
+#include <algorithm>
 
 namespace quorvane::test {
 
@@ -41,12 +43,11 @@ public:
     }
 };
 
-// Destroyed after the window: gives what its link left waiting (a pause, a wait for a datagram)
-// the event loop's turns to see the link closed and end, rather than stay behind, unfinished, when
-// the test program exits. The longest such pause lasts 200 ms.
-struct SuspendedWorkEnds {
-    ~SuspendedWorkEnds() { QTest::qWait(250); }
-};
+// Where the tab of `bus` stands in the bus tabs.
+inline int tabIndex(Bus bus)
+{
+    return int(std::find(allBuses.begin(), allBuses.end(), bus) - allBuses.begin());
+}
 
 // The program's main window with the emulated frame as its frame.
 struct Desk {
@@ -80,7 +81,7 @@ struct Desk {
     bool connectAndWait()
     {
         QTest::mouseClick(view.connectionPanel()->connectButton(), Qt::LeftButton);
-        return QTest::qWaitFor(
+        return waitUntil(
             [&] { return connection.connectionState() == ConnectionState::connected; },
             connectTimeoutMs);
     }
@@ -95,6 +96,14 @@ struct Desk {
     // last into a double click.
     void pauseAfterClick() { clickTime += ClickClassifier::doubleClickInterval; }
 
+    // Picks `bus` as a user does, with a click on its tab.
+    void clickTab(Bus bus)
+    {
+        QTabBar& tabs = *view.busTabs();
+        QTest::mouseClick(&tabs, Qt::LeftButton, Qt::NoModifier,
+                          tabs.tabRect(tabIndex(bus)).center());
+    }
+
     void dropOn(QWidget& target, QPoint at, const MultiButtonDragData& payload)
     {
         QMimeData mime;
@@ -108,7 +117,6 @@ struct Desk {
     }
 
     std::chrono::milliseconds clickTime{0};
-    SuspendedWorkEnds suspendedWorkEnds;
     emulator::FrameEmulator frame;
     QTemporaryDir settingsDir;
     QSettings preferences;

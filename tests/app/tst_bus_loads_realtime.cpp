@@ -5,20 +5,10 @@
 #include "session/background_bus_loading.h"
 
 #include <QLabel>
-#include <QTabBar>
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
 using namespace quorvane::test;
-
-namespace {
-
-int tabIndex(Bus bus)
-{
-    return int(std::find(allBuses.begin(), allBuses.end(), bus) - allBuses.begin());
-}
-
-} // namespace
 
 class TestBusLoadsRealtime : public QObject {
     Q_OBJECT
@@ -56,12 +46,10 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!desk.connection.isLoading(), connectTimeoutMs);
         desk.frame.setLoss(loss, loss);
 
-        QTabBar* tabs = desk.view.busTabs();
         for (Bus bus : {Bus::me2, Bus::me3, Bus::me4}) {
             if (bus != Bus::me2)
                 QTest::qWait(betweenClicksMs);
-            QTest::mouseClick(tabs, Qt::LeftButton, Qt::NoModifier,
-                              tabs->tabRect(tabIndex(bus)).center());
+            desk.clickTab(bus);
             QCOMPARE(desk.model.selectedBus(), bus);
         }
         QTRY_VERIFY_WITH_TIMEOUT(desk.model.cellState(1, 1).isFullyLoaded, drawnWithinMs);
@@ -95,8 +83,7 @@ private Q_SLOTS:
         }
 
         // A bus whose load gave way loads again on its next visit; one read whole is cached.
-        QTest::mouseClick(tabs, Qt::LeftButton, Qt::NoModifier,
-                          tabs->tabRect(tabIndex(Bus::me2)).center());
+        desk.clickTab(Bus::me2);
         QCOMPARE(desk.model.cellState(1, 1).isFullyLoaded, gaveWay(Bus::me2, Bus::me3) == 0);
         QTRY_VERIFY_WITH_TIMEOUT(desk.model.cellState(1, 1).isFullyLoaded, drawnWithinMs);
         for (int button = 1; button <= 35; ++button) {
@@ -118,10 +105,8 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(desk.connection.hasLoadedAllBuses(), 4'000);
         QTRY_VERIFY(desk.view.connectionPanel()->allBusesLabel()->isVisible());
 
-        QTabBar* tabs = desk.view.busTabs();
         for (Bus bus : allBuses) {
-            QTest::mouseClick(tabs, Qt::LeftButton, Qt::NoModifier,
-                              tabs->tabRect(tabIndex(bus)).center());
+            desk.clickTab(bus);
             QCOMPARE(desk.connection.isLoading(), false);
             QVERIFY(desk.model.cellState(1, 1).isFullyLoaded);
             for (int button = 1; button <= 35; ++button) {

@@ -168,7 +168,7 @@ private Q_SLOTS:
         menu.setActiveAction(edit.paste());
         QTest::keyClick(&menu, Qt::Key_Return);
         QTRY_COMPARE(frameRow(desk, 2, 10, 12), source);
-        QTest::qWait(200);
+        QVERIFY(frameHasReadAllSentBy(desk.connection, desk.frame));
         QCOMPARE(desk.frame.writeRequests().size(), writes + 3);
         QCOMPARE(desk.model.undoHistory().size(), 1);
 
@@ -202,7 +202,7 @@ private Q_SLOTS:
         const auto writes = desk.frame.writeRequests().size();
         QTest::keyClick(focus, Qt::Key_V, Qt::ControlModifier);
         QTRY_COMPARE(frameRow(desk, 3, 20, 21), source);
-        QTest::qWait(200);
+        QVERIFY(frameHasReadAllSentBy(desk.connection, desk.frame));
         QCOMPARE(desk.frame.writeRequests().size(), writes + 2);
         QCOMPARE(desk.model.undoHistory().size(), 1);
 

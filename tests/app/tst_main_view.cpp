@@ -79,8 +79,8 @@ private Q_SLOTS:
         QCOMPARE(button->text(), u"Connect"_s);
         QCOMPARE(desk.connection.isLoading(), false);
         QCOMPARE(desk.connection.connectionState(), ConnectionState::idle);
-        QTest::qWait(500);
-        // A second connection was never started.
+        // The cancelled connect has ended, and never started a second one.
+        QTRY_VERIFY_WITH_TIMEOUT(!desk.connection.isConnectionTaskRunning(), connectTimeoutMs);
         QCOMPARE(desk.frame.receivedOfKind(emulator::ClientMessageKind::clientIdFirst).size(), 1);
         QCOMPARE(desk.connection.connectionState(), ConnectionState::idle);
     }
@@ -289,7 +289,7 @@ private Q_SLOTS:
         const quint32 before = desk.frame.mapping(Bus::pgm, 35, 1, 34);
         const auto writes = desk.frame.writeRequests().size();
         desk.dropOn(desk.grid, desk.grid.cellRect(1, 34).center(), wide);
-        QTest::qWait(200);
+        QVERIFY(frameHasReadAllSentBy(desk.connection, desk.frame));
         QCOMPARE(desk.frame.writeRequests().size(), writes);
         QCOMPARE(desk.frame.mapping(Bus::pgm, 35, 1, 34), before);
     }

@@ -110,12 +110,14 @@ private Q_SLOTS:
             model.tap(3, 5);
             model.clearSelection();
             QTRY_VERIFY(window.isWindowModified());
-            const quint64 beforeUndo = desk.connection().answerSerial();
+            // Each step once the frame has reported the last one back: a report of the clear
+            // still on its way would otherwise be taken for the undo's.
+            const auto reported = [&] { return desk.connection().lastAnswer(Bus::pgm, 3, 5, 35); };
+            QTRY_COMPARE(reported()->source, 0u);
             model.undo();
-            // The frame has taken the undo once it reports the button back.
-            QTRY_VERIFY(desk.connection().lastAnswer(Bus::pgm, 3, 5, 35)->serial > beforeUndo);
-            QCOMPARE(desk.connection().mappingFor(Bus::pgm, 3, 5, 35)->source,
-                     qint64{show.buttons.mapping(Bus::pgm, 35, 3, 5)});
+            const quint32 restored = show.buttons.mapping(Bus::pgm, 35, 3, 5);
+            QTRY_COMPARE(reported()->source, restored);
+            QCOMPARE(desk.connection().mappingFor(Bus::pgm, 3, 5, 35)->source, qint64{restored});
 
             QCOMPARE(window.saveShow(), std::nullopt);
             QVERIFY(!window.isWindowModified());

@@ -15,11 +15,6 @@ using namespace quorvane::test;
 
 namespace {
 
-int tabIndex(Bus bus)
-{
-    return int(std::find(allBuses.begin(), allBuses.end(), bus) - allBuses.begin());
-}
-
 // One notch of a mouse wheel over `widget`; up is towards the first tab or entry.
 void turnWheel(QWidget& widget, bool up)
 {
@@ -75,8 +70,7 @@ private Q_SLOTS:
         checkOneBus(desk, Bus::pgm);
 
         // A click on another tab.
-        QTest::mouseClick(tabs, Qt::LeftButton, Qt::NoModifier,
-                          tabs->tabRect(tabIndex(Bus::me2)).center());
+        desk.clickTab(Bus::me2);
         checkOneBus(desk, Bus::me2);
 
         // The wheel over the tabs: ME2 → ME1, then back → ME2 → ME3.
@@ -99,8 +93,7 @@ private Q_SLOTS:
         // A click on the tab already shown is a choice of it: the selection goes.
         desk.click(2, 3);
         QVERIFY(!desk.model.selection().isEmpty());
-        QTest::mouseClick(tabs, Qt::LeftButton, Qt::NoModifier,
-                          tabs->tabRect(tabIndex(Bus::me4)).center());
+        desk.clickTab(Bus::me4);
         QVERIFY(desk.model.selection().isEmpty());
         checkOneBus(desk, Bus::me4);
 

@@ -5,6 +5,7 @@
 #include "cli.h"
 #include "diagnostics/debug_logger.h"
 #include "fast_timing.h"
+#include "test_support.h"
 
 #include <QBuffer>
 #include <QTest>
@@ -47,7 +48,7 @@ inline ToolRun runTool(const QStringList& arguments, const LinkTiming& timing = 
         cli::runCli(arguments, {out, err, logger, timing, errIsTerminal, termination});
     QCoro::Task<> noted = run.then([&status](int code) { status = code; });
     // A run left behind would write into the buffers of this frame later on: better stop here.
-    if (!QTest::qWaitFor([&status] { return status.has_value(); }, limitMs))
+    if (!waitUntil([&status] { return status.has_value(); }, limitMs))
         qFatal("quorvane-cli did not finish within %d ms", limitMs);
     return ToolRun{*status, QString::fromUtf8(out.data()), QString::fromUtf8(err.data())};
 }

@@ -15,6 +15,39 @@ namespace {
 
 const QString host = u"127.0.0.1"_s;
 
+// Saves at `path` the show of `bus` on the frame with its first `changed` buttons set to sources
+// from `firstSource` on, which the frame has no names for; returns what it saved.
+ShowFile saveWithUnnamedSources(const FrameEmulator& frame, Bus bus, qsizetype changed,
+                                qint64 firstSource, const QString& path)
+{
+    ShowFile file = showOfFrame(frame, {bus});
+    for (qsizetype i = 0; i < changed; ++i) {
+        file.buttons[i].source = firstSource + i;
+        file.buttons[i].name.clear();
+    }
+    save(path, writeShowJson(file));
+    return file;
+}
+
+// A run refused for what the user gave it: exit status 2, nothing on standard output, and
+// `error` as the one line on standard error.
+void checkRefused(const ToolRun& run, const QString& error)
+{
+    QCOMPARE(run.status, 2);
+    QCOMPARE(run.out, QString());
+    QCOMPARE(run.err, error + u'\n');
+}
+
+// The frame goes away as the first write reaches it: no write is answered.
+void stopAtFirstWrite(FrameEmulator& frame)
+{
+    QObject::connect(&frame, &FrameEmulator::datagramReceived, &frame,
+                     [&frame](const emulator::ReceivedDatagram& datagram) {
+                         if (datagram.message.kind == ClientMessageKind::writeRequest)
+                             frame.stop();
+                     });
+}
+
 } // namespace
 
 class TestCliFailedRuns : public QObject {
@@ -27,20 +60,9 @@ private Q_SLOTS:
         QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = dir.filePath(u"show.json"_s);
-        ShowFile file = showOfFrame(frame, {Bus::pgm});
-        for (qsizetype i = 0; i < 3; ++i) {
-            file.buttons[i].source = 4000 + i; // sources the frame has no name for
-            file.buttons[i].name.clear();
-        }
-        save(path, writeShowJson(file));
-
-        // The frame goes silent as the first write reaches it: no write is answered, and the
-        // writes cannot be read back.
-        connect(&frame, &FrameEmulator::datagramReceived, &frame,
-                [&frame](const emulator::ReceivedDatagram& datagram) {
-                    if (datagram.message.kind == ClientMessageKind::writeRequest)
-                        frame.stop();
-                });
+        const ShowFile file = saveWithUnnamedSources(frame, Bus::pgm, 3, 4000, path);
+        // Nor can the writes be read back.
+        stopAtFirstWrite(frame);
         LinkTiming timing = quickTiming();
         timing.heartbeatTimeout = 20s; // the link itself stays up meanwhile
         // Long enough for the connect, and then for the confirmations that never come.
@@ -71,18 +93,8 @@ private Q_SLOTS:
         QVERIFY(startFrame(frame));
         QTemporaryDir dir;
         const QString path = dir.filePath(u"show.json"_s);
-        ShowFile file = showOfFrame(frame, {Bus::aux});
-        for (qsizetype i = 0; i < 2; ++i) {
-            file.buttons[i].source = 4100 + i;
-            file.buttons[i].name.clear();
-        }
-        save(path, writeShowJson(file));
-
-        connect(&frame, &FrameEmulator::datagramReceived, &frame,
-                [&frame](const emulator::ReceivedDatagram& datagram) {
-                    if (datagram.message.kind == ClientMessageKind::writeRequest)
-                        frame.stop();
-                });
+        saveWithUnnamedSources(frame, Bus::aux, 2, 4100, path);
+        stopAtFirstWrite(frame);
         LinkTiming timing = quickTiming();
         timing.keepAliveInterval = 100ms;
         timing.heartbeatTimeout = 400ms; // the silent frame is dropped long before --timeout
@@ -126,11 +138,9 @@ private Q_SLOTS:
 }
 )");
         const ToolRun run = runTool(quietly(command + QStringList{path, u"--host"_s, host}));
-        QCOMPARE(run.status, 2);
-        QCOMPARE(run.out, QString());
-        QCOMPARE(run.err, u"quorvane-cli: "_s + path +
-                              u" is not a valid JSON show file: line 9 (buttons[1]): shift 5 is "
-                              u"outside 1-4\n"_s);
+        checkRefused(run, u"quorvane-cli: "_s + path +
+                          u" is not a valid JSON show file: line 9 (buttons[1]): shift 5 is "
+                          u"outside 1-4"_s);
         QVERIFY(frame.received().isEmpty());
 
         // A file that is not there is refused the same way.
@@ -230,10 +240,7 @@ private Q_SLOTS:
                 : QString(u"quorvane-cli: "_s + path + u' ' + problem);
 
         for (const QString& command : {u"diff"_s, u"apply"_s}) {
-            const ToolRun run = runTool(quietly({command, path, u"--host"_s, host}));
-            QCOMPARE(run.status, 2);
-            QCOMPARE(run.out, QString());
-            QCOMPARE(run.err, line + u'\n');
+            checkRefused(runTool(quietly({command, path, u"--host"_s, host})), line);
         }
         QVERIFY(frame.received().isEmpty());
     }
@@ -250,10 +257,9 @@ private Q_SLOTS:
         save(path, writeShowJson(file));
         const ToolRun run =
             runTool(quietly({u"apply"_s, path, u"--host"_s, host, u"--buttons"_s, u"35"_s}));
-        QCOMPARE(run.status, 2);
-        QCOMPARE(run.err, u"quorvane-cli: "_s + path +
-                              u" was read from a 20-button panel; it cannot be compared at "
-                              u"--buttons 35\n"_s);
+        checkRefused(run, u"quorvane-cli: "_s + path +
+                          u" was read from a 20-button panel; it cannot be compared at "
+                          u"--buttons 35"_s);
         QVERIFY(frame.received().isEmpty());
     }
 
@@ -271,11 +277,9 @@ private Q_SLOTS:
         FrameEmulator frame;
         QVERIFY(startFrame(frame));
         const ToolRun run = runTool({u"dump"_s, u"--host"_s, address});
-        QCOMPARE(run.status, 2);
-        QCOMPARE(run.out, QString());
-        QCOMPARE(run.err, u"quorvane-cli: --host \""_s + address +
-                              u"\" is not an IPv4 address: write four numbers 0-255 joined by "
-                              u"dots, like 192.168.1.20\n"_s);
+        checkRefused(run, u"quorvane-cli: --host \""_s + address +
+                          u"\" is not an IPv4 address: write four numbers 0-255 joined by "
+                          u"dots, like 192.168.1.20"_s);
         QVERIFY(frame.received().isEmpty());
     }
 

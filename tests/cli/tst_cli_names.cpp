@@ -3,6 +3,7 @@
 #include "cli_frame_support.h"
 #include "cli_runner.h"
 #include "model/show_file_io.h"
+#include "report_lines.h"
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
@@ -18,10 +19,7 @@ QString unnamedOnFrame(const FrameEmulator& frame, const QList<Bus>& buses)
     QList<qint64> used;
     for (const ShowButton& button : assignedOnFrame(frame, buses, 35))
         used.append(button.source);
-    QStringList numbers;
-    for (const int source : sourcesWithoutNames(used, frame.show().names()))
-        numbers.append(QString::number(source));
-    return u"Sources without names on the frame: "_s + numbers.join(u", "_s);
+    return cli::unnamedSourcesLine(sourcesWithoutNames(used, frame.show().names()));
 }
 
 } // namespace

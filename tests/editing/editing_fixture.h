@@ -79,15 +79,37 @@ public:
             link.frame.setMapping(bus, buttonCount, shift, firstButton + i, sources[i]);
     }
 
+    // Sets shifts 1 to 4 of `button` on the frame to `base` + 1 to `base` + 4.
+    void setFrameColumn(Bus bus, int buttonCount, int button, quint32 base)
+    {
+        for (int shift = 1; shift <= shiftRowCount; ++shift)
+            link.frame.setMapping(bus, buttonCount, shift, button, base + quint32(shift));
+    }
+
     // Connects with `buttonCount` buttons per row and waits until the current bus is loaded.
     bool connect(int buttonCount)
     {
         if (!link.startFrame())
             return false;
         link.connection->connect(QStringLiteral("127.0.0.1"), 1, buttonCount);
-        return QTest::qWaitFor(
+        return waitUntil(
             [this] { return link.connection->connectionState() == ConnectionState::connected; },
             10'000);
+    }
+
+    // Sets `sources` on the frame from `firstButton` of one shift row, connects with
+    // `buttonCount` buttons per row and waits until the cache holds them too: the load of the
+    // bus shown goes on after the connect.
+    bool connectWithRow(Bus bus, int buttonCount, int shift, const QList<quint32>& sources,
+                        int firstButton = 1)
+    {
+        setFrameRow(bus, buttonCount, shift, sources, firstButton);
+        if (!connect(buttonCount))
+            return false;
+        const QList<qint64> wanted(sources.cbegin(), sources.cend());
+        const int lastButton = firstButton + int(sources.size()) - 1;
+        return waitUntil([&] { return cachedRow(bus, shift, firstButton, lastButton) == wanted; },
+                         10'000);
     }
 
     // The source the connection's cache holds for a button; 0 when it holds none.
@@ -141,5 +163,14 @@ public:
 // request of that operation is still on its way.
 #define QUORVANE_WAIT_FOR_WRITES(editing, from, expected)                                          \
     QTRY_COMPARE_WITH_TIMEOUT((editing).writesSince(from).size(), qsizetype(expected), 5'000)
+
+// Waits for the write requests of one operation from the `from`-th on, then compares them with
+// `expected`, a list of them.
+#define QUORVANE_COMPARE_WRITES(editing, from, expected)                                           \
+    do {                                                                                           \
+        const QList<emulator::WriteRequest> wanted = expected;                                     \
+        QUORVANE_WAIT_FOR_WRITES(editing, from, wanted.size());                                    \
+        QCOMPARE((editing).writesSince(from), wanted);                                             \
+    } while (false)
 
 } // namespace quorvane::test

@@ -1,6 +1,7 @@
 // Where a drop lands, the drop preview, and where in its cell a drag was grabbed.
 #include "editing/drop_placement.h"
 #include "editing/grid_geometry.h"
+#include "drag_support.h"
 
 #include <QTest>
 
@@ -8,30 +9,19 @@ Q_DECLARE_METATYPE(quorvane::MultiButtonDragData)
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
+using quorvane::test::gridDrag;
 
 namespace {
-MultiButtonDragData payload(const QList<ButtonData>& buttons, int anchorShift, int anchorButton,
-                            const QString& fromBus = u"PGM"_s)
-{
-    MultiButtonDragData data;
-    data.buttons = buttons;
-    data.fromBus = fromBus;
-    data.fromShift = anchorShift;
-    data.anchorButton = anchorButton;
-    data.anchorShift = anchorShift;
-    return data;
-}
-
 // Buttons 3, 4 and 5 of shift 1, grabbed at button 3.
 MultiButtonDragData threeOfARow()
 {
-    return payload({{3, 31, 1}, {4, 32, 1}, {5, 33, 1}}, 1, 3);
+    return gridDrag({{3, 31, 1}, {4, 32, 1}, {5, 33, 1}}, 1, 3);
 }
 
 // Button 12 of shifts 1 to 3, grabbed at shift 2.
 MultiButtonDragData threeOfAColumn()
 {
-    return payload({{12, 701, 1}, {12, 702, 2}, {12, 703, 3}}, 2, 12);
+    return gridDrag({{12, 701, 1}, {12, 702, 2}, {12, 703, 3}}, 2, 12);
 }
 
 QList<SelectedButtonKey> keysOf(const QList<PlacedSource>& placed)
@@ -67,7 +57,7 @@ private Q_SLOTS:
 
     void singleButtonLandsOnTheDropCell()
     {
-        const auto placed = placeDrop(payload({{7, 12, 3}}, 3, 7), {1, 35}, 35);
+        const auto placed = placeDrop(gridDrag({{7, 12, 3}}, 3, 7), {1, 35}, 35);
         QCOMPARE(placed, QList<PlacedSource>({{{1, 35}, 12}}));
     }
 
@@ -92,15 +82,15 @@ private Q_SLOTS:
 
     void sandboxSourceGoesToTheDropCell()
     {
-        const MultiButtonDragData slot = payload({{3, 705, 1}}, 1, 3, u"SANDBOX"_s);
+        const MultiButtonDragData slot = gridDrag({{3, 705, 1}}, 1, 3, u"SANDBOX"_s);
         QCOMPARE(placeDrop(slot, {4, 35}, 35), QList<PlacedSource>({{{4, 35}, 705}}));
         QCOMPARE(placeDrop(slot, {1, 1}, 15), QList<PlacedSource>({{{1, 1}, 705}}));
     }
 
     void nothingToPlaceIsRefused()
     {
-        QCOMPARE(placeDrop(payload({}, 1, 3), {1, 3}, 35), std::nullopt);
-        QCOMPARE(placeDrop(payload({}, 1, 1, u"SANDBOX"_s), {1, 3}, 35), std::nullopt);
+        QCOMPARE(placeDrop(gridDrag({}, 1, 3), {1, 3}, 35), std::nullopt);
+        QCOMPARE(placeDrop(gridDrag({}, 1, 1, u"SANDBOX"_s), {1, 3}, 35), std::nullopt);
         // A drop cell off the grid takes nothing either.
         QCOMPARE(placeDrop(threeOfARow(), {1, 21}, 20), std::nullopt);
         QCOMPARE(placeDrop(threeOfARow(), {5, 1}, 20), std::nullopt);
@@ -113,7 +103,7 @@ private Q_SLOTS:
         middle.anchorButton = 5;
         QCOMPARE(dragInfoFor(middle), DragInfo({false, 3, 1, 2, 0}));
         QCOMPARE(dragInfoFor(threeOfAColumn()), DragInfo({true, 1, 3, 0, 1}));
-        QCOMPARE(dragInfoFor(payload({{9, 1, 1}}, 1, 9, u"SANDBOX"_s)), DragInfo());
+        QCOMPARE(dragInfoFor(gridDrag({{9, 1, 1}}, 1, 9, u"SANDBOX"_s)), DragInfo());
     }
 
     void previewShowsExactlyWhatTheDropWouldWrite_data()
@@ -122,8 +112,8 @@ private Q_SLOTS:
         QTest::addColumn<int>("buttonCount");
         QTest::newRow("row of 3") << threeOfARow() << 20;
         QTest::newRow("column of 3") << threeOfAColumn() << 15;
-        QTest::newRow("one button") << payload({{8, 3, 4}}, 4, 8) << 25;
-        QTest::newRow("sandbox") << payload({{2, 40, 1}}, 1, 2, u"SANDBOX"_s) << 35;
+        QTest::newRow("one button") << gridDrag({{8, 3, 4}}, 4, 8) << 25;
+        QTest::newRow("sandbox") << gridDrag({{2, 40, 1}}, 1, 2, u"SANDBOX"_s) << 35;
         MultiButtonDragData grabbedLast = threeOfARow();
         grabbedLast.anchorButton = 5;
         QTest::newRow("row grabbed at its end") << grabbedLast << 15;

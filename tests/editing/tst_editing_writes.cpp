@@ -11,16 +11,20 @@ using namespace quorvane::test;
 using emulator::WriteRequest;
 
 namespace {
-MultiButtonDragData dragOf(const QList<ButtonData>& buttons, int anchorShift, int anchorButton,
-                           const QString& fromBus = u"PGM"_s)
+// Connects with `special` at `button` of `shift` on PGM, parks `parked` in the sandbox, selects
+// its slot `slot` and drags from the special source, which selects the button's column; whether
+// the whole column was selected.
+bool columnDraggedWithSlotSelected(ConnectedEditing& editing, int shift, int button,
+                                   quint32 special, const MultiButtonDragData& parked, int slot)
 {
-    MultiButtonDragData payload;
-    payload.buttons = buttons;
-    payload.fromBus = fromBus;
-    payload.fromShift = anchorShift;
-    payload.anchorButton = anchorButton;
-    payload.anchorShift = anchorShift;
-    return payload;
+    if (!editing.connectWithRow(Bus::pgm, 35, shift, {special}, button))
+        return false;
+    EditingModel& model = editing.model;
+    model.addToSandbox({parked});
+    model.selectSandboxSlot(slot);
+    model.beginDrag(shift, button, std::nullopt);
+    model.endDrag();
+    return model.selection().size() == 4;
 }
 
 QList<quint32> range(quint32 from, quint32 to)
@@ -45,9 +49,7 @@ private Q_SLOTS:
     {
         ConnectedEditing editing;
         editing.setFrameRow(Bus::pgm, 35, 1, {101, 102, 103, 104, 105});
-        editing.setFrameRow(Bus::pgm, 35, 1, {733, 734, 735}, 33);
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cachedRow(Bus::pgm, 1, 33, 35), QList<qint64>({733, 734, 735}));
+        QVERIFY(editing.connectWithRow(Bus::pgm, 35, 1, {733, 734, 735}, 33));
         EditingModel& model = editing.model;
 
         model.tap(1, 1);
@@ -63,11 +65,10 @@ private Q_SLOTS:
         QVERIFY(model.handleKey(Qt::Key_V, Qt::ControlModifier));
         QCOMPARE(editing.connection().msgCounter(), quint16(sequence + 3));
         QCOMPARE(editing.cachedRow(Bus::pgm, 1, 33, 35), QList<qint64>({101, 102, 103}));
-        QUORVANE_WAIT_FOR_WRITES(editing, before, 3);
-        QCOMPARE(editing.writesSince(before),
-                 QList<WriteRequest>({editing.request(Bus::pgm, 1, 33, 101),
-                                      editing.request(Bus::pgm, 1, 34, 102),
-                                      editing.request(Bus::pgm, 1, 35, 103)}));
+        QUORVANE_COMPARE_WRITES(editing, before,
+                                QList<WriteRequest>({editing.request(Bus::pgm, 1, 33, 101),
+                                                     editing.request(Bus::pgm, 1, 34, 102),
+                                                     editing.request(Bus::pgm, 1, 35, 103)}));
         QCOMPARE(editing.frameRow(Bus::pgm, 1, 33, 35), QList<quint32>({101, 102, 103}));
         QCOMPARE(model.selection().selectedButtons(), ButtonKeySet({{1, 33}, {1, 34}, {1, 35}}));
         QCOMPARE(model.selection().selectionShift(), 1);
@@ -91,10 +92,8 @@ private Q_SLOTS:
     void pastingAThreeShiftColumnAtShift3WritesShifts3And4()
     {
         ConnectedEditing editing;
-        for (int shift = 1; shift <= 4; ++shift) {
-            editing.frame().setMapping(Bus::pgm, 20, shift, 18, quint32(180 + shift));
-            editing.frame().setMapping(Bus::pgm, 20, shift, 4, quint32(40 + shift));
-        }
+        editing.setFrameColumn(Bus::pgm, 20, 18, 180);
+        editing.setFrameColumn(Bus::pgm, 20, 4, 40);
         QVERIFY(editing.connect(20));
         QTRY_COMPARE(editing.cached(Bus::pgm, 4, 18), 184);
         QTRY_COMPARE(editing.cached(Bus::pgm, 4, 4), 44);
@@ -109,10 +108,9 @@ private Q_SLOTS:
         model.tap(3, 4);
         const qsizetype before = editing.writeCount();
         model.pasteToSelection();
-        QUORVANE_WAIT_FOR_WRITES(editing, before, 2);
-        QCOMPARE(editing.writesSince(before),
-                 QList<WriteRequest>(
-                     {editing.request(Bus::pgm, 3, 4, 181), editing.request(Bus::pgm, 4, 4, 182)}));
+        QUORVANE_COMPARE_WRITES(editing, before,
+                                QList<WriteRequest>({editing.request(Bus::pgm, 3, 4, 181),
+                                                     editing.request(Bus::pgm, 4, 4, 182)}));
         QCOMPARE(editing.onFrame(Bus::pgm, 1, 4), 41u);
         QCOMPARE(editing.onFrame(Bus::pgm, 2, 4), 42u);
         QCOMPARE(editing.onFrame(Bus::pgm, 3, 4), 181u);
@@ -129,9 +127,7 @@ private Q_SLOTS:
     void pastingOntoSeveralSelectedButtonsPastesOnceFromTheLowest()
     {
         ConnectedEditing editing;
-        editing.setFrameRow(Bus::pgm, 35, 2, {21, 22, 23, 24, 25, 26, 27, 28, 29, 30});
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cachedRow(Bus::pgm, 2, 1, 10), widened(range(21, 30)));
+        QVERIFY(editing.connectWithRow(Bus::pgm, 35, 2, range(21, 30)));
         EditingModel& model = editing.model;
         model.tap(2, 1);
         model.shiftTap(2, 2);
@@ -141,10 +137,9 @@ private Q_SLOTS:
         model.shiftTap(2, 5);
         const qsizetype before = editing.writeCount();
         model.pasteToSelection();
-        QUORVANE_WAIT_FOR_WRITES(editing, before, 2);
-        QCOMPARE(editing.writesSince(before),
-                 QList<WriteRequest>(
-                     {editing.request(Bus::pgm, 2, 5, 21), editing.request(Bus::pgm, 2, 6, 22)}));
+        QUORVANE_COMPARE_WRITES(editing, before,
+                                QList<WriteRequest>({editing.request(Bus::pgm, 2, 5, 21),
+                                                     editing.request(Bus::pgm, 2, 6, 22)}));
         QCOMPARE(editing.frameRow(Bus::pgm, 2, 5, 9), QList<quint32>({21, 22, 27, 28, 29}));
         QCOMPARE(editing.cachedRow(Bus::pgm, 2, 5, 9), QList<qint64>({21, 22, 27, 28, 29}));
         QCOMPARE(model.selection().selectedButtons(), ButtonKeySet({{2, 5}, {2, 6}}));
@@ -207,11 +202,10 @@ private Q_SLOTS:
         model.shiftTap(4, 3);
         const qsizetype before = editing.writeCount();
         model.clearSelection();
-        QUORVANE_WAIT_FOR_WRITES(editing, before, 3);
-        QCOMPARE(editing.writesSince(before),
-                 QList<WriteRequest>({editing.request(Bus::pgm, 4, 1, 0),
-                                      editing.request(Bus::pgm, 4, 2, 0),
-                                      editing.request(Bus::pgm, 4, 3, 0)}));
+        QUORVANE_COMPARE_WRITES(editing, before,
+                                QList<WriteRequest>({editing.request(Bus::pgm, 4, 1, 0),
+                                                     editing.request(Bus::pgm, 4, 2, 0),
+                                                     editing.request(Bus::pgm, 4, 3, 0)}));
         QCOMPARE(editing.frameRow(Bus::pgm, 4, 1, 3), QList<quint32>(3, 0));
         QVERIFY(model.undoHistory().isEmpty());
         QVERIFY(!model.canUndo());
@@ -224,9 +218,7 @@ private Q_SLOTS:
     void clearingAnsweredEmptyButtonsIsUndoneToEmpty()
     {
         ConnectedEditing editing;
-        editing.setFrameRow(Bus::pgm, 25, 4, {0, 5, 0});
-        QVERIFY(editing.connect(25));
-        QTRY_COMPARE(editing.cachedRow(Bus::pgm, 4, 1, 3), QList<qint64>({0, 5, 0}));
+        QVERIFY(editing.connectWithRow(Bus::pgm, 25, 4, {0, 5, 0}));
         EditingModel& model = editing.model;
         model.tap(4, 1);
         model.shiftTap(4, 3);
@@ -249,9 +241,7 @@ private Q_SLOTS:
     void undoTakesBackOnlyTheNewestFiftyOfSixtyBatches()
     {
         ConnectedEditing editing;
-        editing.setFrameRow(Bus::pgm, 35, 1, {999});
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cached(Bus::pgm, 1, 1), 999);
+        QVERIFY(editing.connectWithRow(Bus::pgm, 35, 1, {999}));
         EditingModel& model = editing.model;
         QSignalSpy history(&model, &EditingModel::undoHistoryChanged);
 
@@ -347,16 +337,10 @@ private Q_SLOTS:
     void deleteWithASlotSelectedRemovesTheSlotAndLeavesSelectedButtons()
     {
         ConnectedEditing editing;
-        editing.frame().setMapping(Bus::pgm, 35, 2, 6, 65534);
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cached(Bus::pgm, 2, 6), 65534);
-        EditingModel& model = editing.model;
-        model.addToSandbox({dragOf({{1, 12, 1}, {2, 13, 1}}, 1, 1)});
-        model.selectSandboxSlot(0);
         // A drag from a special source selects its column and leaves the slot selected.
-        model.beginDrag(2, 6, std::nullopt);
-        model.endDrag();
-        QCOMPARE(model.selection().size(), 4);
+        QVERIFY(columnDraggedWithSlotSelected(editing, 2, 6, 65534,
+                                              gridDrag({{1, 12, 1}, {2, 13, 1}}, 1, 1), 0));
+        EditingModel& model = editing.model;
         QCOMPARE(model.selectedSandboxIndex(), 0);
 
         const quint16 sequence = editing.connection().msgCounter();
@@ -373,16 +357,9 @@ private Q_SLOTS:
     void deleteWithAStaleSlotIndexClearsTheSelectedButtons()
     {
         ConnectedEditing editing;
-        editing.frame().setMapping(Bus::pgm, 35, 1, 9, 65532);
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cached(Bus::pgm, 1, 9), 65532);
-        EditingModel& model = editing.model;
-        model.addToSandbox({sandboxSlotDrag(12)});
         // The strip shrank since the index was set.
-        model.selectSandboxSlot(3);
-        model.beginDrag(1, 9, std::nullopt);
-        model.endDrag();
-        QCOMPARE(model.selection().size(), 4);
+        QVERIFY(columnDraggedWithSlotSelected(editing, 1, 9, 65532, sandboxSlotDrag(12), 3));
+        EditingModel& model = editing.model;
 
         const qsizetype before = editing.writeCount();
         QVERIFY(model.handleKey(Qt::Key_Backspace, Qt::NoModifier));
@@ -398,9 +375,7 @@ private Q_SLOTS:
     void thePickersChoiceIsOneUndoableStep()
     {
         ConnectedEditing editing;
-        editing.frame().setMapping(Bus::pgm, 35, 2, 7, 11);
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cached(Bus::pgm, 2, 7), 11);
+        QVERIFY(editing.connectWithRow(Bus::pgm, 35, 2, {11}, 7));
         EditingModel& model = editing.model;
         model.doubleTap(2, 7);
         // The shown bus changes while the picker is open: the picker's button stays.
@@ -408,9 +383,8 @@ private Q_SLOTS:
         const qsizetype before = editing.writeCount();
         model.choosePickerSource(705);
         QVERIFY(!model.showSourcePicker());
-        QUORVANE_WAIT_FOR_WRITES(editing, before, 1);
-        QCOMPARE(editing.writesSince(before),
-                 QList<WriteRequest>({editing.request(Bus::pgm, 2, 7, 705)}));
+        QUORVANE_COMPARE_WRITES(editing, before,
+                                QList<WriteRequest>({editing.request(Bus::pgm, 2, 7, 705)}));
         QCOMPARE(editing.cached(Bus::pgm, 2, 7), 705);
         QCOMPARE(editing.onFrame(Bus::pgm, 2, 7), 705u);
         QVERIFY(loggedMessages(editing.link.logger)
@@ -426,11 +400,9 @@ private Q_SLOTS:
     void aRowDropOnATwentyButtonRowIsPlacedOrRefusedAsAWhole()
     {
         ConnectedEditing editing;
-        editing.setFrameRow(Bus::pgm, 20, 2, {218, 219, 220}, 18);
-        QVERIFY(editing.connect(20));
-        QTRY_COMPARE(editing.cachedRow(Bus::pgm, 2, 18, 20), QList<qint64>({218, 219, 220}));
+        QVERIFY(editing.connectWithRow(Bus::pgm, 20, 2, {218, 219, 220}, 18));
         EditingModel& model = editing.model;
-        const MultiButtonDragData dragged = dragOf({{3, 31, 1}, {4, 32, 1}, {5, 33, 1}}, 1, 3);
+        const MultiButtonDragData dragged = gridDrag({{3, 31, 1}, {4, 32, 1}, {5, 33, 1}}, 1, 3);
 
         const qsizetype before = editing.writeCount();
         const quint16 sequence = editing.connection().msgCounter();
@@ -439,11 +411,10 @@ private Q_SLOTS:
         QVERIFY(model.undoHistory().isEmpty());
 
         QVERIFY(model.dropOnCell(encodeDragData(dragged), 2, 18));
-        QUORVANE_WAIT_FOR_WRITES(editing, before, 3);
-        QCOMPARE(editing.writesSince(before),
-                 QList<WriteRequest>({editing.request(Bus::pgm, 2, 18, 31),
-                                      editing.request(Bus::pgm, 2, 19, 32),
-                                      editing.request(Bus::pgm, 2, 20, 33)}));
+        QUORVANE_COMPARE_WRITES(editing, before,
+                                QList<WriteRequest>({editing.request(Bus::pgm, 2, 18, 31),
+                                                     editing.request(Bus::pgm, 2, 19, 32),
+                                                     editing.request(Bus::pgm, 2, 20, 33)}));
         QCOMPARE(editing.cachedRow(Bus::pgm, 2, 18, 20), QList<qint64>({31, 32, 33}));
         QCOMPARE(model.undoHistory().actions().last().changes,
                  QList<ButtonState>(
@@ -453,9 +424,7 @@ private Q_SLOTS:
     void aDragBetweenButtonsCopiesAndLeavesTheOrigin()
     {
         ConnectedEditing editing;
-        editing.setFrameRow(Bus::pgm, 35, 1, {11, 12, 13, 14, 15, 16});
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cachedRow(Bus::pgm, 1, 1, 6), QList<qint64>({11, 12, 13, 14, 15, 16}));
+        QVERIFY(editing.connectWithRow(Bus::pgm, 35, 1, {11, 12, 13, 14, 15, 16}));
         EditingModel& model = editing.model;
         model.tap(1, 1);
         model.shiftTap(1, 2);
@@ -477,10 +446,8 @@ private Q_SLOTS:
     void aColumnDropLandsDownTheDropColumn()
     {
         ConnectedEditing editing;
-        for (int shift = 1; shift <= 4; ++shift) {
-            editing.frame().setMapping(Bus::me2, 35, shift, 33, quint32(330 + shift));
-            editing.frame().setMapping(Bus::me2, 35, shift, 8, quint32(80 + shift));
-        }
+        editing.setFrameColumn(Bus::me2, 35, 33, 330);
+        editing.setFrameColumn(Bus::me2, 35, 8, 80);
         QVERIFY(editing.connect(35));
         EditingModel& model = editing.model;
         model.selectBus(Bus::me2);
@@ -498,11 +465,11 @@ private Q_SLOTS:
 
         const qsizetype before = editing.writeCount();
         QVERIFY(model.dropOnCell({*payload}, 3, 8));
-        QUORVANE_WAIT_FOR_WRITES(editing, before, 4);
-        QCOMPARE(editing.writesSince(before),
-                 QList<WriteRequest>(
-                     {editing.request(Bus::me2, 1, 8, 331), editing.request(Bus::me2, 2, 8, 332),
-                      editing.request(Bus::me2, 3, 8, 333), editing.request(Bus::me2, 4, 8, 334)}));
+        QUORVANE_COMPARE_WRITES(editing, before,
+                                QList<WriteRequest>({editing.request(Bus::me2, 1, 8, 331),
+                                                     editing.request(Bus::me2, 2, 8, 332),
+                                                     editing.request(Bus::me2, 3, 8, 333),
+                                                     editing.request(Bus::me2, 4, 8, 334)}));
         for (int shift = 1; shift <= 4; ++shift) {
             QCOMPARE(editing.onFrame(Bus::me2, shift, 8), quint32(330 + shift));
             QCOMPARE(editing.onFrame(Bus::me2, shift, 33), quint32(330 + shift));
@@ -513,18 +480,15 @@ private Q_SLOTS:
     void aSandboxSourceDroppedOnAButtonIsUndoable()
     {
         ConnectedEditing editing;
-        editing.frame().setMapping(Bus::pgm, 35, 4, 20, 77);
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cached(Bus::pgm, 4, 20), 77);
+        QVERIFY(editing.connectWithRow(Bus::pgm, 35, 4, {77}, 20));
         EditingModel& model = editing.model;
         model.addToSandbox({sandboxSlotDrag(705)});
         const auto payload = model.beginSandboxDrag(0);
         QVERIFY(payload);
         const qsizetype before = editing.writeCount();
         QVERIFY(model.dropOnCell(encodeDragData(*payload), 4, 20));
-        QUORVANE_WAIT_FOR_WRITES(editing, before, 1);
-        QCOMPARE(editing.writesSince(before),
-                 QList<WriteRequest>({editing.request(Bus::pgm, 4, 20, 705)}));
+        QUORVANE_COMPARE_WRITES(editing, before,
+                                QList<WriteRequest>({editing.request(Bus::pgm, 4, 20, 705)}));
         QCOMPARE(editing.cached(Bus::pgm, 4, 20), 705);
         QCOMPARE(editing.onFrame(Bus::pgm, 4, 20), 705u);
         model.undo();
@@ -549,9 +513,8 @@ private Q_SLOTS:
 
         const qsizetype before = editing.writeCount();
         model.undo();
-        QUORVANE_WAIT_FOR_WRITES(editing, before, 1);
-        QCOMPARE(editing.writesSince(before),
-                 QList<WriteRequest>({editing.request(Bus::pgm, 1, 2, 22)}));
+        QUORVANE_COMPARE_WRITES(editing, before,
+                                QList<WriteRequest>({editing.request(Bus::pgm, 1, 2, 22)}));
         QCOMPARE(editing.onFrame(Bus::aux, 1, 2), 55u);
         QCOMPARE(editing.onFrame(Bus::pgm, 1, 2), 22u);
         QTRY_COMPARE(editing.cached(Bus::pgm, 1, 2), 22);

@@ -77,9 +77,7 @@ private Q_SLOTS:
     {
         ConnectedEditing editing;
         editing.setFrameRow(Bus::pgm, 35, 1, {101, 102, 103});
-        editing.setFrameRow(Bus::pgm, 35, 2, {201, 202, 203});
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cachedRow(Bus::pgm, 2, 1, 3), QList<qint64>({201, 202, 203}));
+        QVERIFY(editing.connectWithRow(Bus::pgm, 35, 2, {201, 202, 203}));
         EditingModel& model = editing.model;
         model.tap(1, 1);
         model.shiftTap(1, 3);
@@ -95,9 +93,7 @@ private Q_SLOTS:
     void redoingAClearWritesTheZerosTheFrameReportedBack()
     {
         ConnectedEditing editing;
-        editing.setFrameRow(Bus::pgm, 20, 3, {31, 32, 33, 34});
-        QVERIFY(editing.connect(20));
-        QTRY_COMPARE(editing.cachedRow(Bus::pgm, 3, 1, 4), QList<qint64>({31, 32, 33, 34}));
+        QVERIFY(editing.connectWithRow(Bus::pgm, 20, 3, {31, 32, 33, 34}));
         EditingModel& model = editing.model;
         model.tap(3, 2);
         model.shiftTap(3, 4);
@@ -117,9 +113,7 @@ private Q_SLOTS:
         QList<quint32> row;
         for (quint32 source = 1; source <= 15; ++source)
             row.append(source);
-        editing.setFrameRow(Bus::pgm, 15, 1, row);
-        QVERIFY(editing.connect(15));
-        QTRY_COMPARE(editing.cached(Bus::pgm, 1, 15), 15);
+        QVERIFY(editing.connectWithRow(Bus::pgm, 15, 1, row));
         EditingModel& model = editing.model;
         model.tap(1, 3);
         model.shiftTap(1, 4);
@@ -154,9 +148,7 @@ private Q_SLOTS:
     void redoingAnImportWritesTheFilesSources()
     {
         ConnectedEditing editing;
-        editing.setFrameRow(Bus::pgm, 35, 2, {21, 22, 23});
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cachedRow(Bus::pgm, 2, 1, 3), QList<qint64>({21, 22, 23}));
+        QVERIFY(editing.connectWithRow(Bus::pgm, 35, 2, {21, 22, 23}));
         const ShowExport exported = exportShowFile(editing.connection());
         QVERIFY(exported.file);
         ShowFile file = *exported.file;
@@ -173,9 +165,7 @@ private Q_SLOTS:
     void undoAndRedoAlternate()
     {
         ConnectedEditing editing;
-        editing.frame().setMapping(Bus::pgm, 35, 1, 1, 11);
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cached(Bus::pgm, 1, 1), 11);
+        QVERIFY(editing.connectWithRow(Bus::pgm, 35, 1, {11}));
         EditingModel& model = editing.model;
         QVERIFY(model.dropOnCell({sandboxSlotDrag(12)}, 1, 1));
         QVERIFY(model.dropOnCell({sandboxSlotDrag(13)}, 1, 1));
@@ -204,9 +194,7 @@ private Q_SLOTS:
     void redoGoesFiftyDeep()
     {
         ConnectedEditing editing;
-        editing.frame().setMapping(Bus::pgm, 35, 1, 1, 999);
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cached(Bus::pgm, 1, 1), 999);
+        QVERIFY(editing.connectWithRow(Bus::pgm, 35, 1, {999}));
         EditingModel& model = editing.model;
         const qsizetype edits = receivedWrites(editing).size();
         for (int batch = 1; batch <= 60; ++batch)
@@ -264,9 +252,7 @@ private Q_SLOTS:
     void aNewEditEmptiesTheRedoHistory()
     {
         ConnectedEditing editing;
-        editing.setFrameRow(Bus::pgm, 35, 1, {11, 12, 0});
-        QVERIFY(editing.connect(35));
-        QTRY_COMPARE(editing.cachedRow(Bus::pgm, 1, 1, 3), QList<qint64>({11, 12, 0}));
+        QVERIFY(editing.connectWithRow(Bus::pgm, 35, 1, {11, 12, 0}));
         EditingModel& model = editing.model;
         QSignalSpy history(&model, &EditingModel::undoHistoryChanged);
         QVERIFY(model.dropOnCell({sandboxSlotDrag(21)}, 1, 1));

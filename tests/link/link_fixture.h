@@ -3,6 +3,7 @@
 // A connection and an emulated frame on loopback, with a private log and private settings.
 
 #include "fast_timing.h"
+#include "frame_barrier.h"
 #include "frame_emulator.h"
 #include "link/gv_connection.h"
 #include "link/wire_messages.h"
@@ -25,6 +26,16 @@ struct StateStep {
     double progress;
     friend bool operator==(const StateStep&, const StateStep&) = default;
 };
+
+// A frame that leaves `buttons` unanswered the first `asks` times each is asked for, or always
+// when `asks` is negative.
+inline emulator::FrameEmulatorOptions silentFrame(QList<emulator::PanelButton> buttons, int asks)
+{
+    emulator::FrameEmulatorOptions options;
+    options.faults.silentButtons = std::move(buttons);
+    options.faults.silentAsks = asks;
+    return options;
+}
 
 class LinkFixture {
 public:
@@ -56,7 +67,7 @@ public:
     bool connectAndWait(int suite = 1, int buttonCount = 35)
     {
         connection->connect(QStringLiteral("127.0.0.1"), suite, buttonCount);
-        return QTest::qWaitFor(
+        return waitUntil(
             [this] { return connection->connectionState() == ConnectionState::connected; },
             connectTimeoutMs);
     }

@@ -38,14 +38,6 @@ Asked loadRequest(int shift, int button, int count, quint8 bus)
     return {quint16(12850 + 90 * index), buttonAddress(shift, button, count), bus};
 }
 
-emulator::FrameEmulatorOptions silentFrame(QList<PanelButton> buttons, int asks)
-{
-    emulator::FrameEmulatorOptions options;
-    options.faults.silentButtons = std::move(buttons);
-    options.faults.silentAsks = asks;
-    return options;
-}
-
 } // namespace
 
 namespace QTest {

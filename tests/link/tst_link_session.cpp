@@ -170,7 +170,8 @@ private Q_SLOTS:
         const qsizetype lines = link.messages().size();
         link.connection->changeBus(Bus::me2);
         QCOMPARE(link.messages().size(), lines);
-        QTest::qWait(100);
+        QVERIFY(!link.connection->isBusLoadRunning());
+        QVERIFY(frameHasReadAllSentBy(*link.connection, link.frame));
         QVERIFY(requests(link).isEmpty());
     }
 
@@ -407,9 +408,15 @@ private Q_SLOTS:
 
     void disconnectStopsEverything()
     {
-        LinkFixture link;
+        // Keep-alives often, so that one still going after the disconnect is soon seen.
+        LinkTiming timing = fastTiming();
+        timing.keepAliveInterval = 50ms;
+        LinkFixture link({}, timing);
         QVERIFY(link.startFrame());
         QVERIFY(link.connectAndWait());
+        // What was sent before the disconnect is in, and forgotten.
+        QVERIFY(frameHasReadAllSentBy(*link.connection, link.frame));
+        link.frame.clearRecords();
         link.connection->disconnect();
         QVERIFY(link.connection->mappings().isEmpty());
         QVERIFY(link.connection->sourceNames().isEmpty());
@@ -422,11 +429,10 @@ private Q_SLOTS:
                               u"[INFO] Listener socket closed"_s,
                               u"[INFO] Disconnected - mappings, source names, and "
                               u"subscribed modes cleared"_s}));
-        // Datagrams sent just before the disconnect reach the frame first; then nothing more.
-        QTest::qWait(200);
-        link.frame.clearRecords();
-        QTest::qWait(1500);
-        QVERIFY(link.frame.received().isEmpty()); // no keep-alive any more
+        // No keep-alive any more: a keep-alive timer left running would send within its
+        // interval, so two of them without a datagram prove it stopped.
+        QVERIFY(!QTest::qWaitFor([&] { return !link.frame.received().isEmpty(); },
+                                 int(2 * timing.keepAliveInterval.count())));
     }
 
     void reconnectingLoadsEverythingAgain()

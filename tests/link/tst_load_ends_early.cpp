@@ -36,14 +36,6 @@ bool busIsAsOnFrame(const LinkFixture& link, Bus bus, int count)
     return true;
 }
 
-emulator::FrameEmulatorOptions silentFrame(emulator::PanelButton button, int asks)
-{
-    emulator::FrameEmulatorOptions options;
-    options.faults.silentButtons = {button};
-    options.faults.silentAsks = asks;
-    return options;
-}
-
 qsizetype buttonRequests(const LinkFixture& link)
 {
     return link.frame.receivedOfKind(emulator::ClientMessageKind::buttonSubscription).size();
@@ -73,7 +65,7 @@ private Q_SLOTS:
     void silentButtonsAreAskedForAgainOnceTheAnswersStop()
     {
         LinkTiming timing = longWindowTiming();
-        LinkFixture link(silentFrame({Bus::me2, 35, 2, 7}, 1), timing);
+        LinkFixture link(silentFrame({{Bus::me2, 35, 2, 7}}, 1), timing);
         QVERIFY(link.startFrame());
         QVERIFY(link.connectAndWait());
         link.connection->changeBus(Bus::me2);
@@ -89,7 +81,7 @@ private Q_SLOTS:
         LinkTiming timing = fastTiming();
         timing.buttonsListen = 800ms;
         timing.answersQuietGap = 50ms;
-        LinkFixture link(silentFrame({Bus::me2, 35, 4, 35}, -1), timing);
+        LinkFixture link(silentFrame({{Bus::me2, 35, 4, 35}}, -1), timing);
         QVERIFY(link.startFrame());
         QVERIFY(link.connectAndWait());
         QElapsedTimer loading;

@@ -5,6 +5,7 @@
 #include "link_fixture.h"
 
 #include <QSignalSpy>
+#include <functional>
 
 using namespace Qt::StringLiterals;
 using namespace quorvane;
@@ -42,7 +43,7 @@ struct Reconnecting {
     bool connect(int suite = 1, int buttonCount = 35)
     {
         link.connection->connect(u"127.0.0.1"_s, suite, buttonCount);
-        return QTest::qWaitFor(
+        return waitUntil(
             [this] { return link.connection->connectionState() == ConnectionState::connected; },
             waitMs);
     }
@@ -57,16 +58,25 @@ struct Reconnecting {
         return true;
     }
 
-    // The frame started again, and no handshake begun well past the time of a first attempt
-    // (2 countdown seconds).
-    bool noAttemptOnceTheFrameIsBack()
+    // Whether `happened` comes true before the given attempt would have begun: its countdown,
+    // and one second more as a margin (plus `moreMs`). Only a wait can show that nothing
+    // happens; this one is bounded by the countdown's own timing, and over at once if it does.
+    static bool beforeAttempt(int attempt, const std::function<bool()>& happened, int moreMs = 0)
+    {
+        const int countdownMs = (reconnectDelaySeconds(attempt) + 1) * int(second.count());
+        return QTest::qWaitFor(happened, countdownMs + moreMs);
+    }
+
+    // The frame started again, and no connect begun by the time the given attempt would have.
+    bool noAttemptOnceTheFrameIsBack(int attempt = 1)
     {
         if (!link.startFrame())
             return false;
         const qsizetype before = handshakes();
-        QTest::qWait(20 * int(second.count()));
-        return handshakes() == before;
+        return !beforeAttempt(attempt, [this] { return !idle(); }) && handshakes() == before;
     }
+
+    bool idle() const { return link.connection->connectionState() == ConnectionState::idle; }
 
     // How often the client has begun a handshake with the frame.
     qsizetype handshakes() const { return link.sentBy(ClientMessageKind::clientIdFirst).size(); }
@@ -222,7 +232,7 @@ private Q_SLOTS:
         test.reconnect.stop();
         test.link.connection->cancelConnect();
         QVERIFY(!test.reconnect.isActive());
-        QVERIFY(test.noAttemptOnceTheFrameIsBack());
+        QVERIFY(test.noAttemptOnceTheFrameIsBack(2));
         QCOMPARE(test.link.connection->connectionState(), ConnectionState::idle);
     }
 
@@ -234,8 +244,11 @@ private Q_SLOTS:
         QVERIFY(test.link.startFrame());
         QVERIFY(test.connect(3, 25));
         QVERIFY(!test.reconnect.isActive());
-        QTest::qWait(20 * int(second.count()));
         // Nobody connected over it: still the link that was asked for.
+        QVERIFY(!Reconnecting::beforeAttempt(1, [&] {
+            return test.link.connection->selectedSuite() != 3 ||
+                   test.link.connection->connectionState() != ConnectionState::connected;
+        }));
         QCOMPARE(test.link.connection->connectionState(), ConnectionState::connected);
         QCOMPARE(test.link.connection->selectedSuite(), 3);
         QCOMPARE(test.link.connection->buttonCount(), 25);
@@ -250,7 +263,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(test.link.logged(u"[INFO] Disconnect requested"_s), waitMs);
         QVERIFY(test.link.startFrame());
         const qsizetype before = test.handshakes();
-        QTest::qWait(20 * int(second.count()));
+        QVERIFY(!Reconnecting::beforeAttempt(1, [&] { return !test.idle(); }));
         QVERIFY(!test.reconnect.isActive());
         QVERIFY(test.countdowns.isEmpty());
         QCOMPARE(test.handshakes(), before);
@@ -272,7 +285,9 @@ private Q_SLOTS:
         QVERIFY(test.connect());
         test.link.connection->disconnect();
         const qsizetype before = test.handshakes();
-        QTest::qWait(2 * int(quickTiming().heartbeatTimeout.count()) + 20 * int(second.count()));
+        QVERIFY(!Reconnecting::beforeAttempt(
+            1, [&] { return !lost.isEmpty() || !test.idle(); },
+            int(quickTiming().heartbeatTimeout.count())));
         QCOMPARE(lost.count(), 0);
         QVERIFY(!test.reconnect.isActive());
         QVERIFY(test.countdowns.isEmpty());

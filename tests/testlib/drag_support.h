@@ -6,16 +6,24 @@
 
 namespace quorvane::test {
 
+// What a drag of `buttons` off the grid of `fromBus` carries, grabbed at `anchorButton` of
+// `anchorShift`.
+inline MultiButtonDragData gridDrag(const QList<ButtonData>& buttons, int anchorShift,
+                                    int anchorButton, const QString& fromBus = QStringLiteral("PGM"))
+{
+    MultiButtonDragData payload;
+    payload.buttons = buttons;
+    payload.fromBus = fromBus;
+    payload.fromShift = anchorShift;
+    payload.anchorButton = anchorButton;
+    payload.anchorShift = anchorShift;
+    return payload;
+}
+
 // What a drag of one sandbox slot holding `source` carries.
 inline MultiButtonDragData sandboxSlotDrag(int source)
 {
-    MultiButtonDragData payload;
-    payload.buttons = {{1, source, 1}};
-    payload.fromBus = sandboxOrigin.toString();
-    payload.fromShift = 1;
-    payload.anchorButton = 1;
-    payload.anchorShift = 1;
-    return payload;
+    return gridDrag({{1, source, 1}}, 1, 1, sandboxOrigin.toString());
 }
 
 } // namespace quorvane::test

@@ -2,7 +2,10 @@
 
 #include "diagnostics/debug_logger.h"
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
 
 namespace quorvane::test {
 
@@ -20,6 +23,29 @@ QStringList loggedMessages(DebugLogger& logger)
     for (const QString& line : logger.logs())
         messages.append(line.mid(stampLength));
     return messages;
+}
+
+bool waitUntil(const std::function<bool()>& done, int timeoutMs)
+{
+    if (done())
+        return true;
+    QEventLoop loop;
+    const auto look = [&] {
+        if (done())
+            loop.quit();
+    };
+    // Looked at each time the loop runs out of work, and now and then while it never does.
+    QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock,
+                     &loop, look);
+    QTimer often;
+    QObject::connect(&often, &QTimer::timeout, &loop, look);
+    often.start(10);
+    QTimer limit;
+    limit.setSingleShot(true);
+    QObject::connect(&limit, &QTimer::timeout, &loop, &QEventLoop::quit);
+    limit.start(timeoutMs);
+    loop.exec();
+    return done();
 }
 
 QByteArray bytes(const char* hex)
