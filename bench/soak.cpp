@@ -54,14 +54,9 @@ qint64 residentKb()
     return match.hasMatch() ? match.captured(1).toLongLong() : -1;
 }
 
-// A write as the frame sees it: parameter, bus code and source.
-QString writeKey(quint16 parameter, quint8 bus, int source)
-{
-    return QString::asprintf("%u/%02x/%d", unsigned{parameter}, unsigned{bus}, source);
-}
-
-// Counts the writes the client sent, read off its own log, against the writes the frame
-// reported applying on its standard output.
+// The writes the client sent, read off its own log, against the writes the frame reported
+// applying on its standard output, button by button: a write that was lost and sent again
+// counts once, by its last source.
 class WriteLedger {
 public:
     void clientLogged(const QString& line)
@@ -75,8 +70,8 @@ public:
             return;
         const quint16 parameter =
             buttonAddress(match.captured(2).toInt(), match.captured(3).toInt(), buttonCount);
-        ++m_outstanding[writeKey(parameter, busCode(*bus), match.captured(4).toInt())];
-        ++m_sent;
+        m_lastSent.insert(buttonKey(parameter, busCode(*bus)), match.captured(4).toInt());
+        ++m_sends;
     }
 
     void frameSaid(const QByteArray& line)
@@ -86,26 +81,30 @@ public:
         const QRegularExpressionMatch match = applied.match(QString::fromLatin1(line));
         if (!match.hasMatch())
             return;
-        const QString key =
-            writeKey(quint16(match.captured(1).toUInt()),
-                     quint8(match.captured(2).toUInt(nullptr, 16)), match.captured(3).toInt());
-        if (--m_outstanding[key] == 0)
-            m_outstanding.remove(key);
+        m_lastApplied.insert(buttonKey(quint16(match.captured(1).toUInt()),
+                                       quint8(match.captured(2).toUInt(nullptr, 16))),
+                             match.captured(3).toInt());
     }
 
-    qint64 sent() const { return m_sent; }
-    // Sent and never applied; a write applied that was never sent counts against it.
-    qint64 lost() const
+    qint64 sends() const { return m_sends; }
+    qint64 buttonsWritten() const { return m_lastSent.size(); }
+    // Buttons whose last write the frame has not applied (yet).
+    qint64 notApplied() const
     {
-        qint64 lost = 0;
-        for (int count : m_outstanding)
-            lost += count;
-        return lost;
+        qint64 missing = 0;
+        for (auto sent = m_lastSent.cbegin(); sent != m_lastSent.cend(); ++sent)
+            missing += m_lastApplied.value(sent.key(), -1) != sent.value();
+        return missing;
     }
 
 private:
-    QHash<QString, int> m_outstanding;
-    qint64 m_sent = 0;
+    static QString buttonKey(quint16 parameter, quint8 bus)
+    {
+        return QString::asprintf("%u/%02x", unsigned{parameter}, unsigned{bus});
+    }
+    QHash<QString, int> m_lastSent;
+    QHash<QString, int> m_lastApplied;
+    qint64 m_sends = 0;
 };
 
 // The client's edit for the `step`-th second, on PGM's shift rows 3 and 4.
@@ -226,10 +225,11 @@ int main(int argc, char** argv)
     int minute = 0;
     QTimer report;
     QObject::connect(&report, &QTimer::timeout, &report, [&] {
-        std::printf("  %3d min: %lld kB, %lld writes, %lld not received yet, %lld heartbeat "
+        std::printf("  %3d min: %lld kB, %lld sends, %lld buttons not applied yet, %lld heartbeat "
                     "time-outs\n",
                     ++minute, static_cast<long long>(residentKb()),
-                    static_cast<long long>(ledger.sent()), static_cast<long long>(ledger.lost()),
+                    static_cast<long long>(ledger.sends()),
+                    static_cast<long long>(ledger.notApplied()),
                     static_cast<long long>(heartbeatTimeouts));
         std::fflush(stdout);
     });
@@ -240,7 +240,8 @@ int main(int argc, char** argv)
     session.exec();
     edits.stop();
     const double stall = probe.longestStallMs();
-    runUntil([&] { return ledger.lost() == 0; }, settleMs);
+    runUntil([&] { return ledger.notApplied() == 0 && connection.writes().isSettled(); },
+             settleMs);
     const qint64 endKb = residentKb();
     const bool stillConnected = connection.isConnected();
     connection.disconnect();
@@ -251,8 +252,13 @@ int main(int argc, char** argv)
     std::printf("resident memory: %lld kB at the start, %lld kB at the end (%+.1f %%, target "
                 "within 5 %%)\n",
                 static_cast<long long>(startKb), static_cast<long long>(endKb), growth);
-    std::printf("writes sent %lld, not received by the frame %lld (target 0)\n",
-                static_cast<long long>(ledger.sent()), static_cast<long long>(ledger.lost()));
+    const WriteConfirmations& writes = connection.writes().confirmations();
+    std::printf("sends %lld (resends included) to %lld buttons; buttons whose last write the "
+                "frame never applied %lld (target 0); writes not confirmed %d, refused %d\n",
+                static_cast<long long>(ledger.sends()),
+                static_cast<long long>(ledger.buttonsWritten()),
+                static_cast<long long>(ledger.notApplied()),
+                writes.count(WriteOutcome::notConfirmed), writes.count(WriteOutcome::refused));
     std::printf("heartbeat time-outs %lld (target 0)%s\n",
                 static_cast<long long>(heartbeatTimeouts),
                 stillConnected ? "" : ", and the link was down at the end");
